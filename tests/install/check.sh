@@ -1,0 +1,85 @@
+#!/usr/bin/env bash
+# Installs the builds of the presets `tool` and `own-host` and uses them from programs outside the
+# tree, moving the installed tree first: nothing in it may name the place where it was made.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+root=$here/../..
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+flags=(-std=c++20 -O2 -Wall -Wextra -Werror)
+
+fail() {
+    printf 'install-check: %s\n' "$*" >&2
+    exit 1
+}
+
+# install_moved PRESET DIRECTORY
+install_moved() {
+    cmake --install "$root/build/$1" --prefix "$work/staging" >/dev/null
+    mv "$work/staging" "$2"
+}
+
+# says_the_same WHAT PROGRAM...: runs it; every consumer prints what the first one printed.
+says_the_same() {
+    local what=$1 output
+    output=$("${@:2}") || fail "$what: the program fails"
+    [[ $output == "${first:=$output}" ]] || fail "$what: prints $output instead of $first"
+    printf '%-22s works\n' "$what"
+}
+
+check_files() {
+    local header
+    while read -r header; do
+        [[ -f $prefix/include/$header ]] || fail "$header is not installed"
+    done < <(cd "$root" && find tqamsg -name '*.h')
+    readelf -d "$lib/libtqamsg.so" | grep 'SONAME.*\[libtqamsg\.so\.1\]' >/dev/null || fail 'SONAME is not libtqamsg.so.1'
+    if grep -rIlF -e "$work" -e "$(cd "$root" && pwd)" "$prefix"; then fail 'these files name the build machine'; fi
+    "$here/exports.py" "$lib/libtqamsg.so"
+}
+
+use_cmake() {
+    cmake -G Ninja -S "$here" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+    cmake --build "$work/cmake" >/dev/null
+    says_the_same 'CMake, shared' "$work/cmake/with_tqamsg"
+    says_the_same 'CMake, static' "$work/cmake/with_tqamsg_static"
+    needs_library "$work/cmake/with_tqamsg" || fail 'with_tqamsg does not use the shared library'
+    if needs_library "$work/cmake/with_tqamsg_static"; then fail 'with_tqamsg_static uses the shared library'; fi
+}
+
+needs_library() { readelf -d "$1" | grep 'NEEDED.*libtqamsg' >/dev/null; }
+
+use_pkg_config() {
+    local shared static
+    export PKG_CONFIG_PATH=$lib/pkgconfig
+    read -ra shared < <(pkg-config --cflags --libs tqamsg)
+    g++ "${flags[@]}" "$here/main.cpp" "${shared[@]}" -o "$work/shared"
+    says_the_same 'pkg-config, shared' env LD_LIBRARY_PATH="$lib" "$work/shared"
+
+    read -ra static < <(pkg-config --static --cflags --libs tqamsg)
+    g++ "${flags[@]}" "$here/main.cpp" -Wl,-Bstatic "${static[@]}" -Wl,-Bdynamic -o "$work/static"
+    says_the_same 'pkg-config, static' "$work/static"
+    if needs_library "$work/static"; then fail 'the static program uses the shared library'; fi
+}
+
+use_tool() {
+    "$prefix/bin/tqamsg" --help >/dev/null || fail 'the installed tool does not run'
+}
+
+use_own_host() {
+    local own=$work/own kind
+    install_moved own-host "$own"
+    for kind in so a; do
+        g++ "${flags[@]}" -I"$own/include" "$here/own_host.cpp" "$own"/lib*/libtqamsg."$kind" -o "$work/own-$kind"
+        LD_LIBRARY_PATH=$(echo "$own"/lib*) "$work/own-$kind" 2>/dev/null || fail "own host, .$kind: the program fails"
+    done
+    echo 'own host               works with both libraries'
+}
+
+install_moved tool "$work/prefix"
+prefix=$work/prefix
+lib=$(dirname "$(find "$prefix" -name libtqamsg.a)")
+check_files
+use_cmake
+use_pkg_config
+use_tool
+use_own_host
