@@ -1,0 +1,47 @@
+// Numbers as texts and back. The decimal point is always ".", whatever the locale.
+#pragma once
+
+#include "tqamsg/export.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+TQA_API std::string intToStr(int value);
+TQA_API std::string longToStr(long value);
+TQA_API std::string ulongToStr(unsigned long value);
+TQA_API std::string longlongToStr(long long value);
+TQA_API std::string doubleToStr(double value);  // six decimals: 0.5 is "0.500000"
+
+namespace tqa {
+
+// The text of a printf format, printed in the C locale.
+TQA_API std::string formatText(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace tqa
+
+// The text of one value, for which the format must be made; of any length. Behind the five above.
+template <class T>
+std::string toStr(const char* format, T value) {
+    return tqa::formatText(format, value);
+}
+
+// For texts that need not end in a zero byte; a zero byte inside one ends it.
+namespace tqa {
+
+// Like strtol, base 10: leading white space and a sign are taken, what follows the digits is
+// ignored, 0 when there are none, LONG_MAX or LONG_MIN when they are too many.
+long textToLong(std::string_view text) noexcept;
+
+// Like sscanf "%lld" and "%lf": 1 and *value set, 0 when the text does not begin with a number, -1
+// when it is empty or blank. *value is untouched unless the result is 1.
+int scanLongLong(std::string_view text, long long* value) noexcept;
+int scanDouble(std::string_view text, double* value) noexcept;
+
+// The texts of longlongToStr and doubleToStr, without a terminator; they return the end.
+inline constexpr std::size_t kIntegerTextMax = 20;  // "-9223372036854775808"
+inline constexpr std::size_t kDoubleTextMax = 317;  // "-", 309 digits, ".", 6 digits
+char* writeInteger(char* out, long long value) noexcept;
+char* writeDouble(char* out, double value) noexcept;
+
+}  // namespace tqa

@@ -1,0 +1,24 @@
+// Words to identifiers and back without dictionaries: nothing is allocated or inserted, and the
+// tables are constants, so look-ups work before main and from any thread.
+#pragma once
+
+#include "tqamsg/vocabulary/word_table.h"
+
+#include <string_view>
+
+namespace tqa {
+
+// The identifier of a word, 0 when there is no such word.
+int tagId(std::string_view word) noexcept;
+// tagId() for a caller who has the word's key (keyOf) already.
+int tagId(std::string_view word, WordKey key) noexcept;
+int namespaceId(std::string_view word) noexcept;
+int attributeId(std::string_view word) noexcept;
+
+// The word of an identifier, empty when there is none. A word's text ends in a zero byte and lives
+// as long as the library.
+std::string_view tagWord(int id) noexcept;
+std::string_view namespaceWord(int id) noexcept;
+std::string_view attributeWord(int id) noexcept;
+
+}  // namespace tqa
