@@ -1,0 +1,35 @@
+// From a record and a path to the elements they name. Paths outlive edits that they did not see,
+// so nothing here takes a path's word for anything.
+#pragma once
+
+#include "tqamsg/binary/internals.h"
+#include "tqamsg/binary/layout.h"
+#include "tqamsg/binary/path.h"
+
+namespace tqa {
+
+// The element at an offset, if one fits there into the used bytes; else empty.
+inline ElementView elementAt(const TQABinaryInternals* record, int offset) noexcept {
+    if (record == nullptr || offset < kRootOffset || offset >= record->used) return {};
+    return ElementView::find(record->buf + offset, record->buf + record->used);
+}
+
+inline ElementView rootOf(const TQABinaryInternals* record) noexcept {
+    return elementAt(record, kRootOffset);
+}
+
+// The path's last element, if each of its elements lies among the children of the one before;
+// else empty.
+inline ElementView pathEnd(const TQABinaryInternals* record, const BinaryPath& path) noexcept {
+    if (path.empty()) return {};
+    ElementView element = elementAt(record, path[0].offset);
+    for (int i = 1; i < path.size() && element; ++i) {
+        const char* child = record->buf + path[i].offset;
+        const bool inside = element.isContainer() && path[i].offset <= record->used &&
+                            child >= element.childrenBegin();
+        element = inside ? ElementView::find(child, element.end()) : ElementView();
+    }
+    return element;
+}
+
+}  // namespace tqa

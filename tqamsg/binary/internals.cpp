@@ -1,0 +1,69 @@
+#include "tqamsg/binary/internals.h"
+
+#include "tqamsg/binary/layout.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr std::int64_t kPage = 4096;
+
+std::int64_t wholePages(std::int64_t n) {
+    return (n + kPage - 1) / kPage * kPage;
+}
+
+std::size_t bytes(std::int64_t n) {
+    return static_cast<std::size_t>(n);
+}
+
+}  // namespace
+
+TQABinaryInternals::TQABinaryInternals(const TQABinaryInternals& other) {
+    if (expand(other.used) == nullptr || other.used == 0) return;
+    std::memcpy(append(other.used), other.buf, bytes(other.used));
+}
+
+TQABinaryInternals::~TQABinaryInternals() {
+    std::free(buf);
+}
+
+char* TQABinaryInternals::grow(std::int64_t n) {
+    // Doubling keeps repeated appends cheap; near the limit the buffer takes what is left.
+    const std::int64_t wanted = capacity + (n >= capacity ? wholePages(n) : capacity);
+    const std::int64_t target = std::min(wanted, tqa::kMaxCapacity);
+    if (target < used + n) return nullptr;
+    char* grown = static_cast<char*>(std::realloc(buf, bytes(target)));
+    if (grown == nullptr) return nullptr;
+    buf = grown;
+    capacity = static_cast<std::int32_t>(target);
+    changeStamp();
+    return buf;
+}
+
+char* TQABinaryInternals::copy(const char* message, int len) {
+    const int size = tqa::wholeMessageSize(message, len);
+    if (size == 0 || expand(size) == nullptr) return nullptr;
+    std::memcpy(append(size), message, bytes(size));
+    return buf;
+}
+
+void TQABinaryInternals::resize(int n) {
+    if (used + n > touched) {
+        std::memset(buf + touched, 0, bytes(used + n - touched));
+        touched = used + n;
+    }
+    used += n;
+}
+
+void TQABinaryInternals::clear() {
+    if (touched > 0) std::memset(buf, 0, bytes(touched));
+    touched = 0;
+    used = 0;
+    changeStamp();
+}
+
+void TQABinaryInternals::drop(TQABinaryInternals* record) {
+    if (record != nullptr && --record->holders == 0) delete record;
+}

@@ -1,0 +1,65 @@
+// The buffer record of a binary message: who owns the bytes and how they grow.
+#pragma once
+
+#include "tqamsg/export.h"
+
+#include <cstdint>
+
+// One message content. Messages that share their content point at one record.
+class TQA_API TQABinaryInternals {
+  public:
+    TQABinaryInternals() = default;
+    // A deep copy of the used bytes. It has no buffer when memory runs out or when there was
+    // nothing to copy.
+    TQABinaryInternals(const TQABinaryInternals& other);
+    TQABinaryInternals& operator=(const TQABinaryInternals&) = delete;
+    ~TQABinaryInternals();
+
+    // Makes room for `n` more bytes and gives the buffer; null, with everything unchanged, when
+    // memory runs out or the buffer would pass 2 GiB.
+    char* expand(std::int64_t n) { return n <= 0 || capacity > used + n ? buf : grow(n); }
+
+    // Appends the binary message at `message`, which lies there whole, to an empty record, and
+    // gives the buffer, or null when it could not grow. The size comes from the message itself.
+    // Kept: the count is not used.
+    char* copy(const char* message, int len);
+
+    // Forgets the content but keeps the buffer. The bytes are wiped, so that nothing of an
+    // earlier message can reach a later one through the padding.
+    void clear();
+
+    // The message gets `n` bytes longer at its end, or shorter for a negative `n`; the buffer has
+    // the room. Bytes that no message has used yet are zero.
+    void resize(int n);
+
+    // resize() for a caller who writes all of the new bytes.
+    char* append(int n) {
+        char* at = buf + used;
+        used += n;
+        if (used > touched) touched = used;
+        return at;
+    }
+
+    // Tells iterators that elements may have moved.
+    void changeStamp() { stamp = static_cast<std::int32_t>(static_cast<std::uint32_t>(stamp) + 1); }
+
+    bool isShared() const { return holders > 1; }
+    void hold() { ++holders; }
+    // Ends one message's use of the record; the last one deletes it. Null is fine.
+    static void drop(TQABinaryInternals* record);
+
+    // Frozen order.
+    char* buf = nullptr;        // from realloc, null until the first growth
+    std::int32_t stamp = 0;     // counts reallocations, clearings and deletions
+    std::int32_t capacity = 0;  // bytes allocated
+    std::int32_t used = 0;      // bytes of the message
+
+    // The next record of a list; for whoever keeps one.
+    TQABinaryInternals* next = nullptr;
+
+  private:
+    char* grow(std::int64_t n);
+
+    std::int32_t touched = 0;  // the most bytes used since the buffer was last wiped
+    std::int32_t holders = 1;  // messages that point here
+};

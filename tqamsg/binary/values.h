@@ -1,0 +1,29 @@
+// The payload of one element as a value. The readers convert: numbers are read from texts too,
+// and texts are made from numbers.
+//
+// Results: 0; -1 for a kind that can't be read so, a number cut short, or no memory; kNoPayload
+// for an element without payload where that ends the reading; and what the scans say of texts that
+// are no number (-1, or -2 for an empty one). The output is written on success only.
+#pragma once
+
+#include "tqamsg/binary/layout.h"
+
+#include <limits>
+#include <string>
+
+namespace tqa {
+
+inline constexpr int kNoPayload = std::numeric_limits<int>::min();
+
+int readInt(ElementView element, int* value);
+int readLongLong(ElementView element, long long* value);
+int readDouble(ElementView element, double* value);
+int readTime(ElementView element, long* value);
+int readString(ElementView element, std::string* value);
+int readBase64(ElementView element, std::string* value);
+int readXml(ElementView element, std::string* value);
+
+// Takes the payload as text whatever the kind, then fails for all kinds but texts.
+int readAttributeText(ElementView element, std::string* value);
+
+}  // namespace tqa

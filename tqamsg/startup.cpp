@@ -1,0 +1,72 @@
+// Everything that is built when the library is loaded and that crosses files, in the order in which
+// it is built: within one file the language keeps the order of the definitions, whatever the link
+// order. No other global's constructor reads another file's objects.
+
+#include "tqamsg/binary/binary.h"
+#include "tqamsg/binary/binary_iterator.h"
+#include "tqamsg/binary/factory.h"
+#include "tqamsg/host/log_path.h"
+#include "tqamsg/msg/message_factory.h"
+#include "tqamsg/soap/namespaces.h"
+#include "tqamsg/util/log.h"
+#include "tqamsg/vocabulary/vocabulary.h"
+
+// --- constants, there before anything runs ------------------------------------------------------
+
+std::uint32_t TQABinary::Policy = 0;
+std::uint32_t TQABinaryIterator::Policy = 0;
+const char* TQABinary::MessageType = "TQABinary";
+TQAMsgFactory* TQAMessage::Factory = nullptr;
+std::map<std::string, TQAMsgFactory*>* MsgVocabulary = nullptr;
+
+namespace {
+
+// Ends the registry's map, which the first factory allocates, after everything below is gone.
+struct RegistryOwner {
+    ~RegistryOwner() {
+        delete MsgVocabulary;
+        MsgVocabulary = nullptr;
+    }
+};
+const RegistryOwner registryOwner;
+
+}  // namespace
+
+// --- the vocabulary's dictionaries and the binary kind ------------------------------------------
+
+#include "tqamsg/vocabulary/dictionaries.inc"
+
+TQAMessageFactory<TQABinary> factoryTQABinary;
+
+// --- the logger ---------------------------------------------------------------------------------
+
+std::string debug_name;
+Logger Log(getAgentLogPath(""));
+TQALock commonOutLock;
+
+// --- the message module -------------------------------------------------------------------------
+
+Stupid::Stupid() = default;
+Stupid::~Stupid() = default;
+
+bool TQAMessage::initialize() {
+    return TQAMsgFactory::setDefaultProtocol(typeid(TQABinary)) == 0;
+}
+
+bool initTQAMessage() {
+    return TQAMessage::initialize();
+}
+
+namespace {
+
+const Stupid messageModule;
+[[maybe_unused]] const bool messageModuleReady = initTQAMessage();
+
+}  // namespace
+
+// --- the SOAP gateway ---------------------------------------------------------------------------
+
+const HashMap<std::string, SoapVersion>::MapElem Map_SoapVersionMap_Array[2] = {
+    {tqa::kSoapVersionUris[0].uri, tqa::kSoapVersionUris[0].version},
+    {tqa::kSoapVersionUris[1].uri, tqa::kSoapVersionUris[1].version}};
+HashMap<std::string, SoapVersion> SoapVersionMap(Map_SoapVersionMap_Array, 2);
