@@ -225,6 +225,23 @@ TEST(Validation, BelowAnElementThatBecameAValueThePathGoesUnchecked) {
     EXPECT_EQ(bytes(m), now);
 }
 
+TEST(Validation, NothingIsChangedInsideAValueThatLooksLikeAnElement) {
+    const std::string raw = element(0, Kind::Unparsed, std::string("<id/>") + '\0');
+    const std::string list = container(tqa::Tag_list, raw);
+    const Message m = load(message(container(1398, container(1307, list))));
+    const Cursor at = cursorAt(m, "data/list");
+    const std::string now =
+        message(container(1398, element(1307, Kind::Base64, "1234" + list + "5")));
+    const Block block(now);
+    ASSERT_EQ(m->encode(block.data(), block.size(), nullptr), 0);
+    ASSERT_EQ(tree(at), tree(message(list)));
+    EXPECT_EQ(at->parseUnknown(), -1);
+    EXPECT_EQ(at->putValue(6, 1002), -1);
+    EXPECT_EQ(at->newChild(1002, 0), -1);
+    EXPECT_EQ(at->deleteFromChild(), -1);
+    EXPECT_EQ(bytes(m), now);
+}
+
 TEST(Validation, InsertionsThatFitGoUnnoticed) {
     const Message m = load(message(container(1398, container(1307) + intElement(1002, 5))));
     const Cursor at = cursorAt(m, "veid");

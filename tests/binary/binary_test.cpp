@@ -307,6 +307,16 @@ TEST(Encode, AppendsTheRootBelowAnIterator) {
     EXPECT_EQ(at->seek("veid"), 0);
 }
 
+TEST(Encode, AContainerThatKeptTheLengthOfBlankTextIsAppendedAsItIs) {
+    const Message source = parse("<packet><data> </data></packet>");
+    ASSERT_EQ(cursorAt(source, "data")->putValue(5, tqa::Tag_veid), 0);
+    const Message m = parse("<packet><src></src><dst>x</dst></packet>");
+    ASSERT_EQ(encodeAt(m, "src", bytes(cursorAt(source, "data"))), 0);
+    const std::string added = bytes(cursorAt(m, "src/data"));
+    EXPECT_EQ(tqa::load<std::int32_t>(added.data() + 16), 24 + 2);
+    EXPECT_EQ(tree(m), "1398:50(1649:50(1307:50(1002:1=05000000)) 1652:0=7800)");
+}
+
 TEST(Encode, AppendsTextBelowAnIterator) {
     const Message m = create("packet");
     const Cursor at = cursor(m);

@@ -278,6 +278,24 @@ TEST(DamagedLengths, ARawChildMayHoldADamagedMessage) {
         cursorAt(m, "body")->parseUnknown();
         readEverything(m);
         inspect(m);
+        int behind = 0;
+        EXPECT_EQ(cursor(m)->getValue(&behind, tqa::Tag_id), 0);
+        EXPECT_EQ(behind, 7);
+    });
+}
+
+TEST(DamagedLengths, ADamagedMessageMayBeAddedToASoundOne) {
+    damageLengths(kWhole, [](const std::string& encoded) {
+        const Message m = load(message(container(
+            tqa::Tag_packet, element(tqa::Tag_body, Kind::Untyped) + intElement(tqa::Tag_id, 7))));
+        const Block block(encoded);
+        const bool added = cursorAt(m, "body")->encodeToChild(block.data(), block.size()) == 0;
+        EXPECT_EQ(added, loads(encoded));
+        readEverything(m);
+        inspect(m);
+        int behind = 0;
+        EXPECT_EQ(cursor(m)->getValue(&behind, tqa::Tag_id), 0);
+        EXPECT_EQ(behind, 7);
     });
 }
 

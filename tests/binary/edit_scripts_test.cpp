@@ -206,6 +206,15 @@ class Pair {
         if (can) node().append(subtree);
     }
 
+    // What the other stands on is exported there and added here.
+    void graft(Pair& other) {
+        const Block block(bytes(other.at_));
+        const Node subtree = other.node();
+        const bool can = node().canHoldChildren();
+        ASSERT_EQ(at_->encodeToChild(block.data(), block.size()), can ? 0 : -1);
+        if (can) node().append(subtree);
+    }
+
     void addText(const char* xml, const Node& subtree) {
         const Block block(std::string(xml) + '\0');
         const bool can = node().canHoldChildren();
@@ -346,7 +355,7 @@ class Script {
 
     void act(Pair& pair) {
         // Attributes get values, but no children of their own.
-        const std::size_t action = pick(pair.onAttribute() ? 10 : 18);
+        const std::size_t action = pick(pair.onAttribute() ? 10 : 19);
         switch (action) {
             case 0:
             case 1:
@@ -378,6 +387,8 @@ class Script {
                 return pair.add(subtree(3));
             case 16:
                 return addText(pair);
+            case 17:
+                return pair.graft(*pairs_[pick(pairs_.size())]);
             default:
                 return pair.seek(tagId());
         }

@@ -1,5 +1,7 @@
 // The binary kind in the registry, and the framing of a byte stream through it.
 
+#include "tqamsg/binary/factory.h"
+
 #include "tqamsg/msg/auto_destroy.h"
 #include "tqamsg/msg/message_factory.h"
 #include "tqamsg/vocabulary/word_ids.h"
@@ -9,8 +11,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-
-extern TQAMessageFactory<TQABinary> factoryTQABinary;
 
 namespace {
 

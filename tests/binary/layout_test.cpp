@@ -70,6 +70,15 @@ TEST(Layout, AValueLeavesAtLeastOneByteOfItsElement) {
     }
 }
 
+TEST(Layout, OnlyAContainersLengthCanSayMoreThanItHolds) {
+    for (int length = 0; length < 100; ++length) {
+        EXPECT_EQ(tqa::payloadSize(length, Kind::String), length);
+        const int rest = length % 8 < 4 ? length % 8 : 0;  // of blank text that gave way
+        EXPECT_EQ(tqa::payloadSize(length, Kind::Container), length - rest) << length;
+    }
+    EXPECT_EQ(tqa::payloadSize(kMax, Kind::Untyped), kMax);
+}
+
 TEST(Layout, AContainersSizeIsItsChildrensPlusSixteen) {
     for (int total = 0; total < 200; total += 8) EXPECT_EQ(tqa::elementSize(total), total + 16);
 }
@@ -314,10 +323,13 @@ TEST(ElementView, AContainersRestOfBlankTextMovesNothing) {
         EXPECT_EQ(root.size(), 16 + 48);
         EXPECT_EQ(root.childWithId(1003).begin(), block.data() + 16 + 24);
         EXPECT_FALSE(root.childWithId(1003).next(root.end()));
+        EXPECT_EQ(root.bytes(), intElement(1002, 5) + intElement(1003, 6));
         std::string bare = header(1398, Kind::Container, rest);
         bare.resize(16);
         const Block childless(bare);
         EXPECT_FALSE(viewOf(childless).firstChild());
+        EXPECT_EQ(viewOf(childless).bytes(), "");
+        EXPECT_EQ(viewOf(childless).text(), "");
     }
 }
 

@@ -309,9 +309,9 @@ TEST(TextReader, RefusesTextThatEndsTooEarly) {
         "<data id=\"1\" uid=\"2\"></data>|",
         "<data id=\"1\" > </data>|",
         "<?xml version=\"1.0\"?> <!-- x --> <data/>|",
-        "<packet id=\"1\">\n<data> <vem/>| "
-        "<veid>5</veid>|\n</data>|\n<p:list>x</p:list>|</packet>|",
+        "<packet id=\"1\">\n<data> <vem/>| <veid>5</veid>|\n</data>|\n<list/>|</packet>|",
         "<packet><!-- x --><data><vem/>|<!-- y --><vem/>|</data>|</packet>|",
+        "<packet><p:list>x</p:list>|</packet>|",
         "<zz/>|",
         "<zz>text</zz>|",
         "<zz id='1'>",

@@ -44,7 +44,9 @@ class Registered : public TQAMsgFactory {
 // Takes the registry away while it lives.
 class NoRegistry {
   public:
-    NoRegistry() = default;
+    NoRegistry()
+        : vocabulary_(std::exchange(MsgVocabulary, nullptr)),
+          factory_(std::exchange(TQAMessage::Factory, nullptr)) {}
     NoRegistry(const NoRegistry&) = delete;
     NoRegistry& operator=(const NoRegistry&) = delete;
     ~NoRegistry() {
@@ -54,8 +56,8 @@ class NoRegistry {
     }
 
   private:
-    std::map<std::string, TQAMsgFactory*>* vocabulary_ = std::exchange(MsgVocabulary, nullptr);
-    TQAMsgFactory* factory_ = std::exchange(TQAMessage::Factory, nullptr);
+    std::map<std::string, TQAMsgFactory*>* vocabulary_;
+    TQAMsgFactory* factory_;
 };
 
 // --- registration -------------------------------------------------------------------------------

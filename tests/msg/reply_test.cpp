@@ -6,6 +6,7 @@
 
 #include "tests/support/fake_message.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -197,6 +198,19 @@ TEST(BinaryReply, BringsACookieWithChildrenBackAsItIs) {
               "</cookie>\n"
               "<data/>\n"
               "</packet>\n");
+}
+
+TEST(BinaryReply, BringsACookieOfBytesBackAsItIs) {
+    const auto_destroy<TQAMessage> asked(TQAMsgFactory::createNew());
+    ASSERT_EQ(asked->create("packet"), 0);
+    const std::string cookie("\0\xFF", 2);
+    const std::unique_ptr<TQAMessageIterator> in(asked->newIterator());
+    ASSERT_EQ(in->putValueBase64(cookie, "cookie"), 0);
+    const auto_destroy<TQAMessage> reply(asked->genReply("vem"));
+    const std::unique_ptr<TQAMessageIterator> out(reply->newIterator());
+    std::string back;
+    EXPECT_EQ(out->getValueBase64(&back, "cookie"), 0);
+    EXPECT_EQ(back, cookie);
 }
 
 TEST(BinaryReply, ToAMessageWithoutContentIsEmpty) {

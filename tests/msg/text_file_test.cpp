@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -90,6 +91,7 @@ TEST_F(TextFile, ReadsAFileThatComesInPieces) {
     }
     EXPECT_EQ(message_->fromTextFile(pipe), 0);
     EXPECT_EQ(tqa_test::text(*message_), text);
+    EXPECT_EQ(waitpid(writer, nullptr, 0), writer);
 }
 
 TEST_F(TextFile, EndsAtAZeroByte) {

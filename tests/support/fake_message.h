@@ -484,7 +484,7 @@ inline std::string text(FakeMessage& message) {
 // nothing any more.
 class FakeKind {
   public:
-    FakeKind() = default;
+    FakeKind() : before_(TQAMessage::Factory) {}
     FakeKind(const FakeKind&) = delete;
     FakeKind& operator=(const FakeKind&) = delete;
     ~FakeKind() {
@@ -495,7 +495,7 @@ class FakeKind {
     }
 
   private:
-    TQAMsgFactory* before_ = TQAMessage::Factory;
+    TQAMsgFactory* before_;  // set before the factory makes itself the default
     TQAMessageFactory<FakeMessage> factory_;
 };
 

@@ -101,7 +101,7 @@ class TextReader::Stored {
 
     bool hasAttributes() const { return record_.used - begun_.offset > kEmptyElementSize; }
 
-    void endElement(std::int32_t offset) {
+    void endElement(std::int32_t offset) const {
         writeClosedElement(record_.buf + offset, record_.used - offset - kEmptyElementSize);
     }
 

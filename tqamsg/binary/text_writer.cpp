@@ -1,12 +1,17 @@
 #include "tqamsg/binary/text_writer.h"
 
+#include "tqamsg/binary/text_search.h"
 #include "tqamsg/util/base64.h"
 #include "tqamsg/util/number_text.h"
 #include "tqamsg/vocabulary/lookup.h"
 
+#include <bit>
+
 namespace tqa {
 
 namespace {
+
+constexpr KeyedWord kInvalidTag = {"INVALID_TAG", keyOf("INVALID_TAG")};
 
 std::string_view escapeOf(char c) {
     switch (c) {
@@ -14,11 +19,24 @@ std::string_view escapeOf(char c) {
             return "&lt;";
         case '>':
             return "&gt;";
-        case '&':
-            return "&amp;";
         default:
-            return {};
+            return "&amp;";
     }
+}
+
+bool isEscaped(char c) {
+    return c == '<' || c == '>' || c == '&';
+}
+
+// The first character from `from` on that is escaped, or `end`.
+const char* findEscaped(const char* from, const char* end) {
+    for (; end - from >= TextBlock::kSize; from += TextBlock::kSize) {
+        const TextBlock block(from);
+        const unsigned found = block.where('<') | block.where('>') | block.where('&');
+        if (found != 0) return from + std::countr_zero(found);
+    }
+    while (from != end && !isEscaped(*from)) ++from;
+    return from;
 }
 
 void appendInteger(long long value, TextBuffer& out) {
@@ -40,68 +58,67 @@ void appendBase64(std::string_view bytes, TextBuffer& out) {
 }  // namespace
 
 void appendEscaped(std::string_view text, TextBuffer& out) {
-    std::size_t plain = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::string_view escape = escapeOf(text[i]);
-        if (escape.empty()) continue;
-        out.append(text.substr(plain, i - plain));
-        out.append(escape);
-        plain = i + 1;
+    const char* at = text.data();
+    const char* end = at + text.size();
+    for (;;) {
+        const char* stop = findEscaped(at, end);
+        out.append({at, static_cast<std::size_t>(stop - at)});
+        if (stop == end) return;
+        out.append(escapeOf(*stop));
+        at = stop + 1;
     }
-    out.append(text.substr(plain));
 }
 
 bool TextWriter::write(ElementView element) {
+    readable_ = element.end();
     if (printsAsAttribute(element)) {
         writeAttribute(element);
-    } else {
-        writeElement(element, kGivenPrefix);
+        return !failed_ && !out_.failed();
     }
-    const char* at = open_.empty() ? nullptr : open_.top().begin + kEmptyElementSize;
+    const char* at = writeElement(element, kGivenPrefix);
     while (!open_.empty() && !failed_) {
         const Open parent = open_.top();
-        const ElementView child = ElementView::find(at, parent.end);
-        if (!child) {
-            open_.pop();
-            writeEndTag(ElementView::find(parent.begin, parent.end), parent.prefix);
-            at = parent.end;
-            continue;
-        }
-        at = child.end();
-        if (printsAsAttribute(child)) continue;
-        const int ns = ElementView::find(parent.begin, parent.end).ns();
+        const Prefix prefix = prefixBelow(parent);
         const std::size_t depth = open_.size();
-        writeElement(child, namespaceWord(ns).empty() ? parent.prefix : static_cast<Prefix>(ns));
-        if (open_.size() > depth) at = child.childrenBegin();
+        ElementView child = ElementView::find(at, parent.end);
+        while (child && open_.size() == depth) {
+            at = printsAsAttribute(child) ? child.end() : writeElement(child, prefix);
+            child = ElementView::find(at, parent.end);
+        }
+        if (open_.size() != depth) continue;
+        open_.pop();
+        writeEndTag(tagNameOf(ElementView::find(parent.begin, parent.end), parent.prefix));
+        at = parent.end;
     }
     return !failed_ && !out_.failed();
 }
 
-// Prints an element; of a container with children the start tag only, which opens it.
-void TextWriter::writeElement(ElementView element, Prefix prefix) {
+// Prints an element and gives its end; of a container with children only the start tag, which
+// opens it, and gives where they begin.
+const char* TextWriter::writeElement(ElementView element, Prefix prefix) {
     if (element.kind() == Kind::Unparsed) {
         writeValue(element);
         if (element.length() != 0) out_.append('\n');
-        return;
+        return element.end();
     }
+    const TagName name = tagNameOf(element, prefix);
     out_.append('<');
-    writeTagName(element, prefix);
-    writeDeclaration(element);
+    writeTagName(name);
+    if (namespaces_) writeDeclaration(element);
     if (element.length() == 0) {
         out_.append("/>\n");
-    } else if (element.isContainer()) {
-        writeAttributesOf(element);
-        out_.append(">\n");
-        open(element, prefix);
-    } else {
+        return element.end();
+    }
+    if (!element.isContainer()) {
         out_.append('>');
         writeValue(element);
-        writeEndTag(element, prefix);
+        writeEndTag(name);
+        return element.end();
     }
-}
-
-void TextWriter::open(ElementView container, Prefix prefix) {
-    if (!open_.push({container.begin(), container.end(), prefix})) failed_ = true;
+    writeAttributesOf(element);
+    out_.append(">\n");
+    if (!open_.push({element.begin(), element.end(), prefix})) failed_ = true;
+    return element.childrenBegin();
 }
 
 // Kept: attributes print in the reverse of their order in the message.
@@ -115,8 +132,9 @@ void TextWriter::writeAttributesOf(ElementView container) {
 
 // Kept: attribute values are escaped by their kind's rule only, so a quote in one ends it early.
 void TextWriter::writeAttribute(ElementView attribute) {
+    const std::string_view word = attributeWord(attribute.id());
     out_.append(' ');
-    out_.append(wordOf(attribute));
+    out_.append(word.empty() && namespaceOf(attribute).empty() ? kInvalidTag.word : word);
     out_.append("=\"");
     writeValue(attribute);
     out_.append('"');
@@ -130,7 +148,7 @@ void TextWriter::writeValue(ElementView element) {
         case Kind::Untyped:
         case Kind::Time:
         case Kind::Unparsed:
-            out_.append(element.text());
+            writeText(element);
             break;
         case Kind::String:
             appendEscaped(element.text(), out_);
@@ -160,19 +178,34 @@ void TextWriter::writeValue(ElementView element) {
     }
 }
 
-void TextWriter::writeEndTag(ElementView element, Prefix prefix) {
+// Most texts are short: one look at sixteen bytes finds their end and copies them.
+void TextWriter::writeText(ElementView element) {
+    const char* start = element.payload();
+    if (element.length() <= TextBlock::kSize && readable_ - start >= TextBlock::kSize) {
+        const unsigned end = TextBlock(start).where('\0') | 1U << element.length();
+        out_.appendBlock(start, static_cast<std::size_t>(std::countr_zero(end)));
+    } else {
+        out_.append(element.text());
+    }
+}
+
+void TextWriter::writeEndTag(const TagName& name) {
     out_.append("</");
-    writeTagName(element, prefix);
+    writeTagName(name);
     out_.append(">\n");
 }
 
-void TextWriter::writeTagName(ElementView element, Prefix prefix) {
-    const std::string_view text = prefix == kGivenPrefix ? prefix_ : namespaceWord(prefix);
-    if (namespaces_ && !text.empty()) {
-        out_.append(text);
+void TextWriter::writeTagName(const TagName& name) {
+    if (!name.prefix.empty()) {
+        out_.append(name.prefix);
         out_.append(':');
     }
-    out_.append(wordOf(element));
+    const std::string_view word = name.word.word;
+    if (word.size() <= kKeyLength) {
+        out_.appendBlock(&name.word.key, word.size());
+    } else {
+        out_.append(word);
+    }
 }
 
 void TextWriter::writeDeclaration(ElementView element) {
@@ -186,15 +219,22 @@ void TextWriter::writeDeclaration(ElementView element) {
     out_.append('"');
 }
 
+TextWriter::Prefix TextWriter::prefixBelow(const Open& container) const {
+    if (!namespaces_) return kGivenPrefix;
+    const int ns = ElementView::find(container.begin, container.end).ns();
+    return namespaceWord(ns).empty() ? container.prefix : static_cast<Prefix>(ns);
+}
+
 std::string_view TextWriter::namespaceOf(ElementView element) const {
     return namespaces_ ? namespaceWord(element.ns()) : std::string_view();
 }
 
 // Kept: an unknown id beside a known namespace prints with an empty word.
-std::string_view TextWriter::wordOf(ElementView element) const {
-    const std::string_view word =
-        printsAsAttribute(element) ? attributeWord(element.id()) : tagWord(element.id());
-    return word.empty() && namespaceOf(element).empty() ? "INVALID_TAG" : word;
+TextWriter::TagName TextWriter::tagNameOf(ElementView element, Prefix prefix) const {
+    TagName name = {{}, keyedTagWord(element.id())};
+    if (name.word.word.empty() && namespaceOf(element).empty()) name.word = kInvalidTag;
+    if (namespaces_) name.prefix = prefix == kGivenPrefix ? prefix_ : namespaceWord(prefix);
+    return name;
 }
 
 }  // namespace tqa

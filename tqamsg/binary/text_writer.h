@@ -8,6 +8,7 @@
 #include "tqamsg/binary/layout.h"
 #include "tqamsg/util/c_text.h"
 #include "tqamsg/util/small_stack.h"
+#include "tqamsg/vocabulary/word_table.h"
 
 #include <cstdint>
 #include <string_view>
@@ -33,33 +34,41 @@ class TextWriter {
     bool write(ElementView element);
 
   private:
-    // The prefix that an element received: the namespace id of the nearest element around it that
-    // has one, or kGivenPrefix.
+    // The prefix on an element's tags: the namespace id of the nearest element around it that has
+    // one, or kGivenPrefix.
     using Prefix = std::uint16_t;
     static constexpr Prefix kGivenPrefix = 0;
 
-    // A container whose children are being printed.
+    // A container whose children are being printed, and the prefix that it received.
     struct Open {
         const char* begin;
         const char* end;
         Prefix prefix;
     };
 
-    void writeElement(ElementView element, Prefix prefix);
+    // What stands in an element's tags.
+    struct TagName {
+        std::string_view prefix;
+        KeyedWord word;
+    };
+
+    const char* writeElement(ElementView element, Prefix prefix);
     void writeAttribute(ElementView attribute);
     void writeAttributesOf(ElementView container);
     void writeValue(ElementView element);
-    void writeTagName(ElementView element, Prefix prefix);
+    void writeText(ElementView element);
+    void writeTagName(const TagName& name);
     void writeDeclaration(ElementView element);
-    void writeEndTag(ElementView element, Prefix prefix);
-    void open(ElementView container, Prefix prefix);
-    std::string_view wordOf(ElementView element) const;
+    void writeEndTag(const TagName& name);
+    Prefix prefixBelow(const Open& container) const;
+    TagName tagNameOf(ElementView element, Prefix prefix) const;
     std::string_view namespaceOf(ElementView element) const;
 
     TextBuffer& out_;
     bool namespaces_;
     std::string_view base_;
     std::string_view prefix_;
+    const char* readable_ = nullptr;  // the end of the bytes that may be read
     bool failed_ = false;
     SmallStack<Open, 32> open_;
     SmallStack<ElementView, 16> attributes_;

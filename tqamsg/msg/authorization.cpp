@@ -2,6 +2,7 @@
 
 #include "tqamsg/msg/message.h"
 #include "tqamsg/msg/message_iterator.h"
+#include "tqamsg/msg/ve_list.h"
 
 #include <exception>
 #include <memory>
@@ -95,10 +96,11 @@ int TQAAuthorization::extract() {
     if (it->seek("auth") != 0) return -1;
     allowAll = false;
     list.clear();
-    if (it->getVEList(list, false) != 0) return -1;
+    const int status = tqa::readVEList(*it, list, false);
+    if (status != 0) return status == tqa::kNoMemory ? kOutOfMemory : -1;
     if (list.contain(kEveryVe)) {
         list.clear();
-        if (!add(list, kEveryVe)) return -1;
+        if (!add(list, kEveryVe)) return kOutOfMemory;
         allowAll = true;
     }
     extracted = true;

@@ -51,7 +51,7 @@ class TQA_API TQAAuthorization {
     // Reads the list from the message's "auth" element. 0 when it was read; -1 when there is no
     // such element (nothing changes: the checks go on answering as before) or it is malformed
     // (the ids before the fault count, nothing else is allowed, and the next check reads again);
-    // -2 when memory ran out before anything was read.
+    // -2 when memory ran out (the checks then refuse, and the next one reads again).
     int extract();
 
     // Appends the list to the message's "auth" element, which is created when absent; an earlier

@@ -21,7 +21,8 @@ int writeText(TQAMessage& message, const std::string& text, const char* name) {
 
 std::string TQAMessage::getOrigin() {
     std::string origin;
-    return readText(*this, &origin, "origin") == 0 ? origin : std::string();
+    readText(*this, &origin, "origin");
+    return origin;
 }
 
 int TQAMessage::setOrigin(const std::string& origin) {
@@ -30,7 +31,8 @@ int TQAMessage::setOrigin(const std::string& origin) {
 
 std::string TQAMessage::getTarget() {
     std::string target;
-    return readText(*this, &target, "target") == 0 ? target : std::string();
+    readText(*this, &target, "target");
+    return target;
 }
 
 int TQAMessage::setTarget(const std::string& target) {

@@ -8,6 +8,8 @@
 //     </ve_range>
 //     </ve_list>
 
+#include "tqamsg/msg/ve_list.h"
+
 #include "tqamsg/msg/message.h"
 #include "tqamsg/msg/message_iterator.h"
 
@@ -36,7 +38,7 @@ int readIds(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess) {
         int id = 0;
         if (it.getValue(&id, 0) != 0) return -1;
         if (checkAccess && !it.getMessage()->auth.checkAccess(id)) return kDenied;
-        if (!add(out, id, id)) return -1;
+        if (!add(out, id, id)) return tqa::kNoMemory;
     } while (it.nextSibling("veid") == 0);
     it.seekUp();
     return 0;
@@ -50,13 +52,13 @@ int readRange(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess) {
     const bool hasLast = it.getValue(&last, "end_veid") == 0;
     if ((!hasFirst && !hasLast) || first > last) return -1;
     if (checkAccess && !it.getMessage()->auth.checkAccess(first, last)) return kDenied;
-    return add(out, first, last) ? 0 : -1;
+    return add(out, first, last) ? 0 : tqa::kNoMemory;
 }
 
 // Reads the ranges of the "ve_list" on which the iterator stands and leaves it; `result` is what
 // the reading of its ids gave.
 int readRanges(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess, int result) {
-    if (result != kDenied && it.firstChild("ve_range") == 0) {
+    if (result != kDenied && result != tqa::kNoMemory && it.firstChild("ve_range") == 0) {
         do result = readRange(it, out, checkAccess);
         while (result == 0 && it.nextSibling("ve_range") == 0);
         it.seekUp();
@@ -90,13 +92,18 @@ int TQAMessageIterator::putVE(int veid, const char*, bool addToAccessList) {
     return writeId(*this, veid);
 }
 
-int TQAMessageIterator::getVEList(IDRangeArray& out, bool checkAccess) {
+int tqa::readVEList(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess) {
     // A list directly in a list holds the ids of the outer one, to any depth.
     int depth = 0;
-    while (seek("ve_list") == 0) ++depth;
-    int result = readIds(*this, out, checkAccess);
-    for (; depth > 0; --depth) result = readRanges(*this, out, checkAccess, result);
+    while (it.seek("ve_list") == 0) ++depth;
+    int result = readIds(it, out, checkAccess);
+    for (; depth > 0; --depth) result = readRanges(it, out, checkAccess, result);
     return result;
+}
+
+int TQAMessageIterator::getVEList(IDRangeArray& out, bool checkAccess) {
+    const int result = tqa::readVEList(*this, out, checkAccess);
+    return result == tqa::kNoMemory ? -1 : result;
 }
 
 int TQAMessageIterator::putVEList(const IDRangeArray& list, bool addToAccessList) {

@@ -43,6 +43,16 @@ class TextBuffer {
         commit(text.size());
     }
 
+    // The first n <= kBlock bytes at block, where kBlock bytes can be read: a copy of a fixed size
+    // is cheaper than one that asks for the size.
+    static constexpr std::size_t kBlock = 16;
+    void appendBlock(const void* block, std::size_t n) noexcept {
+        char* const at = grow(kBlock);
+        if (at == nullptr) return;
+        std::memcpy(at, block, kBlock);
+        commit(n);
+    }
+
     // Where up to n more bytes may be written, null when memory runs out. The bytes belong to the
     // text once commit says how many of them were written. Ends earlier pointers into the text.
     char* grow(std::size_t n) noexcept {

@@ -53,6 +53,10 @@ std::string_view tagWord(int id) noexcept {
     return kTags.word(id);
 }
 
+KeyedWord keyedTagWord(int id) noexcept {
+    return kTags.keyedWord(id);
+}
+
 std::string_view namespaceWord(int id) noexcept {
     return kNamespaces.word(id);
 }

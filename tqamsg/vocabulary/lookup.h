@@ -18,6 +18,7 @@ int attributeId(std::string_view word) noexcept;
 // The word of an identifier, empty when there is none. A word's text ends in a zero byte and lives
 // as long as the library.
 std::string_view tagWord(int id) noexcept;
+KeyedWord keyedTagWord(int id) noexcept;
 std::string_view namespaceWord(int id) noexcept;
 std::string_view attributeWord(int id) noexcept;
 

@@ -37,6 +37,11 @@ struct WordKey {
 
 inline constexpr std::size_t kKeyLength = 16;
 
+struct KeyedWord {
+    std::string_view word;
+    WordKey key;
+};
+
 constexpr WordKey keyOf(std::string_view word) noexcept {
     const char* const p = word.data();
     const std::size_t n = word.size();
@@ -110,9 +115,12 @@ class WordTable {
         return entry != 0 && isWord(entry, word) ? firstId_ - 1 + entry : 0;
     }
 
-    constexpr std::string_view word(int id) const noexcept {
-        const auto position = static_cast<unsigned int>(id) - static_cast<unsigned int>(firstId_);
-        return position < N ? words_[position + 1] : std::string_view();
+    constexpr std::string_view word(int id) const noexcept { return words_[entryOf(id)]; }
+
+    // The same with the word's key.
+    constexpr KeyedWord keyedWord(int id) const noexcept {
+        const std::size_t entry = entryOf(id);
+        return {words_[entry], keys_[entry]};
     }
 
   private:
@@ -134,6 +142,11 @@ class WordTable {
             entries[at] = entry;
         }
     };
+
+    constexpr std::size_t entryOf(int id) const noexcept {
+        const auto position = static_cast<unsigned int>(id) - static_cast<unsigned int>(firstId_);
+        return position < N ? position + 1 : 0;
+    }
 
     // Whether a text with the entry's key is its word: a key says nothing of zero bytes at the end
     // and not everything of a longer word.
