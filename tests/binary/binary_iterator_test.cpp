@@ -360,4 +360,20 @@ TEST(FindID, StopsAtAnElementThatDoesNotFit) {
     EXPECT_EQ(cursor(m)->findID(1003, block.data(), to), block.data());
 }
 
+// The heap may give a new content the place of one that ended. (A sanitizer's heap waits with
+// that.)
+TEST(Validation, AReusedBufferIsNotTakenForTheOldOne) {
+    const Message m = load(
+        message(container(1398, intElement(1002, 1) + intElement(1003, 2) + intElement(1004, 3))));
+    Message other = copyOf(m);
+    ASSERT_EQ(cursor(m)->putValue(5, 1002), 0);  // a content of its own
+    const Cursor sleeper = cursorAt(m, "alert");
+    other = copyOf(m);
+    ASSERT_EQ(cursorAt(m, "veid")->deleteFromChild(), 0);  // in a second one
+    other.reset();                                         // ends the first
+    other = copyOf(m);
+    ASSERT_EQ(cursor(m)->putValue(5, 1004), 0);  // a third, where the first was
+    EXPECT_EQ(sleeper->validateStamp(), -1);
+}
+
 }  // namespace

@@ -13,6 +13,10 @@
 
 namespace {
 
+void addToLength(char* element, int delta) {
+    tqa::writeLength(element, tqa::load<std::int32_t>(element + 8) + delta);
+}
+
 using namespace tqa_test;
 using tqa::ElementView;
 using tqa::Kind;
@@ -259,9 +263,9 @@ TEST(DamagedLengths, AnElementThatDoesNotFitEndsTheNavigationThere) {
 
 TEST(DamagedLengths, EveryLevelOfADeepMessageMayLie) {
     std::string levels = nested(tqa::Tag_data, 1000);
-    for (std::size_t at = 0; at < levels.size(); at += 16) tqa::addToLength(&levels[at], 3);
+    for (std::size_t at = 0; at < levels.size(); at += 16) addToLength(&levels[at], 3);
     EXPECT_EQ(countElements(load(message(levels))), 1000);  // the size rule absorbs so little
-    for (std::size_t at = 16; at < levels.size(); at += 16) tqa::addToLength(&levels[at], 8);
+    for (std::size_t at = 16; at < levels.size(); at += 16) addToLength(&levels[at], 8);
     const Message m = load(message(levels));
     EXPECT_EQ(countElements(m), 1);
     inspect(m);
@@ -298,5 +302,36 @@ TEST(DamagedLengths, ADamagedMessageMayBeAddedToASoundOne) {
         EXPECT_EQ(behind, 7);
     });
 }
+
+// --- a container whose length says up to four bytes less than its children take ------------------
+
+struct ShortLength : testing::TestWithParam<int> {
+    // packet { data { veid=5 }, id=7 } with so much missing from the length of "data"
+    static std::string content() {
+        std::string data = container(1307, intElement(1002, 5));
+        addToLength(data.data(), -GetParam());
+        return message(container(1398, data + intElement(1010, 7)));
+    }
+};
+
+TEST_P(ShortLength, DeletingTheChildrenLosesNothingElse) {
+    const Message m = load(content());
+    ASSERT_EQ(cursorAt(m, "data/veid")->deleteFromChild(), 0);
+    EXPECT_EQ(cursorAt(m, "data")->putValue(6, 1003), 0);
+    EXPECT_EQ(tree(m), "1398:50(1307:50(1003:1=06000000) 1010:1=07000000)");
+}
+
+TEST_P(ShortLength, IsAddedElsewhereWhole) {
+    const Message m = load(content());
+    char* encoded = nullptr;
+    int length = 0;
+    ASSERT_EQ(cursorAt(m, "data")->decodeFromChild(&encoded, &length), 0);
+    const tqa::CText owned(encoded);
+    const Message other = create("packet");
+    ASSERT_EQ(cursor(other)->encodeToChild(encoded, length), 0);
+    EXPECT_EQ(tree(other), "1398:50(1307:50(1002:1=05000000))");
+}
+
+INSTANTIATE_TEST_SUITE_P(Bytes, ShortLength, testing::Values(1, 2, 3, 4));
 
 }  // namespace

@@ -487,6 +487,7 @@ TEST(Editing, APathThatLeavesTheMessageChangesNothing) {
         {8, 8},                                 // an element inside itself
         {8, 0},
         {8, -1},
+        {8, INT_MIN},
         {8, INT_MAX},
         {8, static_cast<int>(before.size())},
         {8, 24, 64},  // behind its parent's end

@@ -261,4 +261,10 @@ TEST(BinaryInternalsDeathTest, ACopyThatFailsHasNoBuffer) {
     EXPECT_EXIT(copyWithoutMemory(), testing::ExitedWithCode(0), "");
 }
 
+TEST(BinaryInternals, TheCountOfACopyIsNotUsed) {
+    TQABinaryInternals record;
+    EXPECT_NE(record.copy(kMessage.data(), 0), nullptr);
+    EXPECT_EQ(contentOf(record), kMessage);
+}
+
 }  // namespace

@@ -728,4 +728,14 @@ TEST(Subtrees, ALongMessageIsDeletedPieceByPiece) {
     EXPECT_EQ(bytes(m), message(container(tqa::Tag_packet)));
 }
 
+TEST(IteratorValues, ATimeThatCannotBeWrittenChangesNothing) {
+    const Message m = create("packet");
+    EXPECT_EQ(cursor(m)->putValueTime(LONG_MAX, "time"), -1);
+    EXPECT_EQ(tree(m), "1398:50()");
+    ASSERT_EQ(cursor(m)->putValueTime(0, "time"), 0);
+    const std::string before = bytes(m);
+    EXPECT_EQ(cursor(m)->putValueTime(LONG_MAX, "time"), -1);
+    EXPECT_EQ(bytes(m), before);
+}
+
 }  // namespace

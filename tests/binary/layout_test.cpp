@@ -129,7 +129,7 @@ TEST(Layout, WritersPutEachFieldInItsPlace) {
               "05000000 61626364\n"
               "00EEEEEE EEEEEEEE\n");
     tqa::writeKind(bytes.data() + 8, Kind::Container);
-    tqa::addToLength(bytes.data() + 8, -3);
+    tqa::writeLength(bytes.data() + 8, 2);
     EXPECT_EQ(hex(bytes.substr(8, 16)), "76050000 3200F600\n02000000 61626364\n");
     tqa::writeKindWord(bytes.data() + 8, tqa::kindWord(Kind::Int));
     tqa::writeLength(bytes.data() + 8, 4);
@@ -317,7 +317,7 @@ TEST(ElementView, AContainersRestOfBlankTextMovesNothing) {
     // Text of length 1 to 3 gives way to children but leaves its length behind.
     for (const int rest : {1, 2, 3}) {
         std::string bytes = container(1398, intElement(1002, 5) + intElement(1003, 6));
-        tqa::addToLength(bytes.data(), rest);
+        tqa::writeLength(bytes.data(), tqa::load<std::int32_t>(bytes.data() + 8) + rest);
         const Block block(bytes);
         const ElementView root = viewOf(block);
         EXPECT_EQ(root.size(), 16 + 48);
@@ -383,6 +383,22 @@ TEST(Layout, NoRootLengthOverflowsTheMessagesSize) {
         bytes.resize(40);
         const Block block(bytes);
         EXPECT_EQ(tqa::wholeMessageSize(block.data(), block.size()), c.size) << c.length;
+    }
+}
+
+// What a received length says beyond or below the room is kept or made good, never made worse.
+TEST(Layout, AContainersLengthFollowsTheRoomOfItsChildren) {
+    const struct {
+        int length, delta, expected;
+    } cases[] = {
+        {0, 16, 16},  {16, 24, 40}, {40, -16, 24}, {1, 16, 17}, {3, 16, 19},  {19, -16, 3},
+        {12, -16, 0}, {15, -16, 0}, {12, 16, 32},  {13, 0, 16}, {17, -16, 1},
+    };
+    for (const auto& c : cases) {
+        std::string bytes(16, '\0');
+        tqa::writeElementHeader(bytes.data(), 1398, tqa::kindWord(Kind::Container), c.length);
+        tqa::addToChildren(bytes.data(), c.delta);
+        EXPECT_EQ(tqa::load<std::int32_t>(bytes.data() + 8), c.expected) << c.length;
     }
 }
 

@@ -410,4 +410,29 @@ TEST(DeepMessages, AMillionSiblingsAreWalked) {
     EXPECT_EQ(at->nextSibling(), -1);
 }
 
+// Reading through a path expands raw children on the way, which moves what stands behind them.
+TEST(SeekPath, APositionThatMovedOnTheWayIsCheckedAgain) {
+    const Message m = parse("<packet><origin>vem</origin></packet>");
+    TQABinaryIterator::Policy = TQABinaryIterator::kExpandRaw;
+    const Cursor at = cursor(m);
+    TQABinaryIterator::Policy = 0;
+    ASSERT_EQ(at->firstChild(), 0);
+    const Cursor raw = cursor(m);
+    ASSERT_EQ(raw->newChild(0, 0), 0);
+    ASSERT_EQ(raw->putValueXML("<session>s</session>", 0), 0);
+    ASSERT_EQ(cursor(m)->putValue(3, tqa::Tag_cookie), 0);
+    ASSERT_EQ(at->nextSibling(), 0);
+    ASSERT_EQ(at->nextSibling(), 0);
+    ASSERT_EQ(at->curID(), tqa::Tag_cookie);
+
+    std::string origin;
+    EXPECT_EQ(at->getValue(&origin, "/origin"), 0);
+    EXPECT_EQ(origin, "vem");
+    EXPECT_EQ(
+        text(m),
+        "<packet>\n<origin>vem</origin>\n<cookie>3</cookie>\n<session>s</session>\n</packet>\n");
+    int cookie = 0;
+    EXPECT_EQ(at->getValue(&cookie, 0), -1);  // the cookie lies where the raw child was
+}
+
 }  // namespace

@@ -241,4 +241,15 @@ TEST(OutOfMemoryDeathTest, WithoutAnyMemoryNothingIsMade) {
     });
 }
 
+TEST(OutOfMemory, ALongNameIsNotThrown) {
+    if (!FailingNew::works()) GTEST_SKIP() << "operator new is not the test's";
+    const Message m = create("tqmigrate_v2v_deserializer");
+    const Cursor at = cursor(m);
+    {
+        const FailingNew failing(0);
+        EXPECT_NO_THROW(at->curName());
+    }
+    EXPECT_EQ(at->curName(), "tqmigrate_v2v_deserializer");
+}
+
 }  // namespace

@@ -517,4 +517,30 @@ TEST(SharingDeathTest, CopyingGivesNullWhenMemoryEnds) {
     EXPECT_EXIT(copyUntilMemoryEnds(), testing::ExitedWithCode(0), "");
 }
 
+// Saving looks for the root's "auth", and with the flag every look expands raw children.
+TEST(Decode, ExportsTheIteratorsElementAlthoughSavingCouldExpandRawChildren) {
+    const Message m = parse("<packet><auth></auth><target>vem</target><zz/></packet>");
+    ASSERT_EQ(cursor(m)->putValueXML("<session>s</session>", 1748), 0);
+    const Cursor at = cursorAt(m, "target");
+    TQABinaryIterator::Policy = TQABinaryIterator::kExpandRaw;
+    m->auth.addVE(4);
+    char* encoded = nullptr;
+    int length = 0;
+    const int status = at->decodeFromChild(&encoded, &length);
+    TQABinaryIterator::Policy = 0;
+    const tqa::CText owned(encoded);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(text(load({encoded, static_cast<std::size_t>(length)})), "<target>vem</target>\n");
+    EXPECT_EQ(at->curName(), "target");
+}
+
+TEST(Decode, RefusesAnIteratorOfAnotherMessage) {
+    const Message m = parse("<packet><target>vem</target></packet>");
+    const Message other = copyOf(m);
+    char* encoded = nullptr;
+    int length = 0;
+    EXPECT_EQ(other->decode(&encoded, &length, cursorAt(m, "target").get()), -1);
+    EXPECT_EQ(other->toText(cursorAt(m, "target").get(), false, ""), nullptr);
+}
+
 }  // namespace

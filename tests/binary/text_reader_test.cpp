@@ -474,6 +474,44 @@ TEST(TextReader, StoresTextsOfEverySize) {
     EXPECT_EQ(read("<data><veid>" + large + "</veid></data>"), "data(veid=\"" + large + "\")");
 }
 
+TEST(TextReader, FindsEveryMarkAtEveryDistance) {
+    for (std::size_t distance = 0; distance < 70; ++distance) {
+        const std::string pad(distance, 'v');
+        const std::string space(distance, ' ');
+        // Marks that are none on the way to the one that counts.
+        for (const char* almost :
+             {"", "<", "</", "</dat", "</data", "</data<", "</Data>", "</vem>"}) {
+            const std::string value = pad + almost;
+            EXPECT_EQ(read("<data>x" + value + "</data>"), "data=\"x" + value + "\"");
+            EXPECT_EQ(read("<data>x" + value), "-");
+            EXPECT_EQ(read("<zz>x" + value + "</zz>"), "raw=\"<zz>x" + value + "</zz>\"");
+        }
+        EXPECT_EQ(read("<data>" + space + "</data>"), "data=\"" + space + "\"");
+        EXPECT_EQ(read("<data" + space + ">" + space + "<vem" + space + "/>" + space + "</data>"),
+                  "data(vem)");
+        EXPECT_EQ(read(space + "<!--" + pad + "-->" + space + "<data/>"), "data");
+        EXPECT_EQ(read("<data " + space + "id=\"" + pad + "\"" + space + "></data>"),
+                  "data(@id=\"" + pad + "\")");
+        EXPECT_EQ(read("<data p:" + pad + "=\"1\" id=\"2\"></data>"), "data(@id=\"2\")");
+        EXPECT_EQ(read("<z" + pad + "/>"), "raw=\"<z" + pad + "/>\"");
+    }
+}
+
+TEST(TextReader, KnowsEveryWord) {
+    for (int id = tqa::kFirstTagId; id < tqa::kEndTagId; ++id) {
+        const std::string word(tqa::tagWord(id));
+        EXPECT_EQ(read("<" + word + "/>"), word);
+        EXPECT_EQ(read("<p:" + word + ">1</p:" + word + ">"), word + "=\"1\"");
+        // Nearly the word is another one, or none.
+        for (const std::string& other :
+             {word + "x", word.substr(1), word.substr(0, word.size() - 1)}) {
+            const bool known = !other.empty() && tqa::tagId(other) != 0;
+            if (known || other.empty()) continue;
+            EXPECT_EQ(read("<" + other + "/>"), "raw=\"<" + other + "/>\"");
+        }
+    }
+}
+
 TEST(TextReader, StoresManyElements) {
     std::string xml = "<data>";
     std::string stored;

@@ -2,6 +2,7 @@
 
 #include "tqamsg/msg/auto_destroy.h"
 #include "tqamsg/util/c_text.h"
+#include "tqamsg/vocabulary/lookup.h"
 #include "tqamsg/vocabulary/vocabulary.h"
 #include "tqamsg/vocabulary/word_ids.h"
 
@@ -145,6 +146,30 @@ TEST(TextWriter, PrintsNothingForRawXmlWithoutPayload) {
 TEST(TextWriter, PrintsALongNumberWhole) {
     const std::string all = printed(element(Tag_veid, Kind::Double, number(-1e300)));
     EXPECT_EQ(all.size(), "<veid></veid>\n"s.size() + 1 + 301 + 7);
+}
+
+TEST(TextWriter, PrintsTextsOfEverySizeUpToTheirZeroByte) {
+    for (std::size_t size = 1; size < 40; ++size) {
+        for (std::size_t end = 0; end <= size; ++end) {
+            std::string payload(size, 'v');
+            if (end < size) payload[end] = '\0';
+            const std::string expected = "<veid>" + std::string(end, 'v') + "</veid>\n";
+            for (const Kind kind : {Kind::Untyped, Kind::String, Kind::Time}) {
+                const std::string child = element(Tag_veid, kind, payload);
+                EXPECT_EQ(printed(child), expected);
+                EXPECT_EQ(printed(container(Tag_data, child + child)),
+                          "<data>\n" + expected + expected + "</data>\n");
+            }
+        }
+    }
+}
+
+TEST(TextWriter, PrintsEveryWord) {
+    for (int id = tqa::kFirstTagId; id < tqa::kEndTagId; ++id) {
+        const std::string word(tqa::tagWord(id));
+        EXPECT_EQ(printed(element(id, Kind::Untyped)), "<" + word + "/>\n");
+        EXPECT_EQ(printed(intElement(id, 1)), "<" + word + ">1</" + word + ">\n");
+    }
 }
 
 TEST(TextWriter, AnElementWithoutAWordIsInvalid) {
@@ -561,6 +586,20 @@ TEST(Escape, ReplacesThreeCharacters) {
     };
     for (const auto& row : rows) EXPECT_EQ(TQABinary::escape(row.plain), row.escaped);
     EXPECT_EQ(TQABinary::escape(nullptr), "");
+}
+
+TEST(Escape, FindsThemAtEveryPlace) {
+    for (std::size_t size = 1; size < 70; ++size) {
+        for (std::size_t at = 0; at < size; ++at) {
+            std::string plain(size, 'v');
+            plain[at] = '&';
+            std::string escaped = plain;
+            EXPECT_EQ(TQABinary::escape(plain.c_str()), escaped.insert(at + 1, "amp;"));
+            plain[size - 1 - at] = '<';
+            EXPECT_EQ(TQABinary::escape(plain.c_str()).size(),
+                      size + 3 + (size - 1 - at == at ? 0 : 4));
+        }
+    }
 }
 
 // --- the dictionaries ---------------------------------------------------------------------------

@@ -51,6 +51,7 @@ int TQABinary::copyInternals() {
     if (internals == nullptr) return -1;
     std::unique_ptr<TQABinaryInternals> own(new (std::nothrow) TQABinaryInternals(*internals));
     if (own == nullptr || own->buf == nullptr) return -1;
+    own->replace(*internals);
     TQABinaryInternals::drop(internals);
     internals = own.release();
     return 0;
@@ -69,6 +70,7 @@ bool TQABinary::startOver() {
     if (internals == nullptr || internals->isShared()) {
         std::unique_ptr<TQABinaryInternals> own(new (std::nothrow) TQABinaryInternals);
         if (own == nullptr || !separateCounter()) return false;
+        if (internals != nullptr) own->replace(*internals);
         TQABinaryInternals::drop(internals);
         internals = own.release();
     }
@@ -139,20 +141,19 @@ int TQABinary::encode(char* buf, int len, TQAMessageIterator* at) {
         return internals->copy(buf, size) == nullptr ? -1 : 0;
     }
     TQABinaryIterator* parent = iteratorOnThis(at);
-    if (parent == nullptr || parent->validateInternals() != 0) return -1;
-    return appendMessage(buf, size, parent->path);
+    if (parent == nullptr || parent->validateInternals() != 0 || parent->path.empty()) return -1;
+    return appendElement(parent->path, ElementView::find(buf + tqa::kRootOffset, buf + size));
 }
 
-// Appends a binary message's root below the path's last element; the path stays.
-int TQABinary::appendMessage(const char* bytes, int len, BinaryPath& parent) {
-    const ElementView root = ElementView::find(bytes + tqa::kRootOffset, bytes + len);
-    if (!root || parent.empty() ||
-        insertID(parent, root.id(), static_cast<int>(root.word()), root.payload(), root.length()) !=
-            0) {
-        return -1;
-    }
-    parent.pop_back();
-    return 0;
+// Appends an element of another message below the path's last one (with an empty path, as the root
+// of a message that has none); the path stays.
+int TQABinary::appendElement(BinaryPath& parent, ElementView element) {
+    if (!element) return -1;
+    const auto word = static_cast<int>(element.word());
+    const int status =
+        insertID(parent, element.id(), word, element.payload(), element.wholeLength());
+    if (status == 0) parent.pop_back();
+    return status;
 }
 
 TQABinaryIterator* TQABinary::iteratorOnThis(TQAMessageIterator* at) {
@@ -176,22 +177,27 @@ int TQABinary::decode(char** buf, int* len, TQAMessageIterator* from) {
 }
 
 // Writes the access list back and finds the element that is to be exported: the root, or the one
-// on which `from` stands. Saving adds to the "auth" element, which moves what follows it; the
-// iterator is taken along.
+// on which `from` stands. The list is added to the "auth" element, which moves what follows it;
+// the iterator is taken along.
 int TQABinary::saveAndFind(TQAMessageIterator* from, ElementView* element) {
-    auto* iterator = dynamic_cast<TQABinaryIterator*>(from);
+    TQABinaryIterator* iterator = iteratorOnThis(from);
     if (from != nullptr && (iterator == nullptr || iterator->path.empty())) return -1;
-    if (auth.isChanged()) {
-        if (internals == nullptr) return -1;
-        const ElementView list = tqa::rootOf(internals).childWithId(tqa::Tag_auth);
-        const int usedBefore = internals->used;
-        const int listEnd = list ? static_cast<int>(list.end() - internals->buf) : usedBefore;
-        if (saveChanges() != 0) return -1;
-        if (iterator != nullptr) iterator->follow(listEnd, internals->used - usedBefore);
-    } else if (saveChanges() != 0) {
-        return -1;
-    }
+    if (auth.isChanged() && saveAccessList(iterator) != 0) return -1;
+    if (saveChanges() != 0) return -1;
     const int offset = iterator == nullptr ? tqa::kRootOffset : iterator->path.back().offset;
     *element = tqa::elementAt(internals, offset);
     return 0;
+}
+
+int TQABinary::saveAccessList(TQABinaryIterator* along) {
+    if (internals == nullptr) return -1;
+    const ElementView list = tqa::rootOf(internals).childWithId(tqa::Tag_auth);
+    const int usedBefore = internals->used;
+    const int listEnd = list ? static_cast<int>(list.end() - internals->buf) : usedBefore;
+    // Raw children stay: expanding one would move elements in ways that nobody here could follow.
+    TQABinaryIterator saving(this);
+    saving.policy = 0;
+    const int status = auth.save(saving);
+    if (along != nullptr) along->follow(listEnd, internals->used - usedBefore);
+    return status;
 }

@@ -41,7 +41,8 @@ class TQA_API TQABinary : public TQAMessage {
     // 1 when `buf` starts with the magic, else 0. Reads up to the first byte that differs.
     static int isOfTheKind(const char* buf);
 
-    // A copy of `text` with "<", ">" and "&" replaced by "&lt;", "&gt;" and "&amp;".
+    // A copy of `text` with "<", ">" and "&" replaced by "&lt;", "&gt;" and "&amp;". May throw
+    // std::bad_alloc.
     static std::string escape(const char* text);
 
     int init(char* buf, int len) override;
@@ -100,7 +101,8 @@ class TQA_API TQABinary : public TQAMessage {
     // element can't take the change, or when the buffer can't grow.
 
     // Appends a child to the path's last element and pushes its entry. `word` is the child's
-    // second field (kind in the low 16 bits, namespace in the high ones), `data` its payload. An
+    // second field (kind in the low 16 bits, namespace in the high ones), `data` its payload, which
+    // must not lie in this message. An
     // empty or blank Untyped parent becomes a container; one that holds other text stays. With
     // an empty path the element becomes the root of a message that has none.
     int insertID(BinaryPath& path, int id, int word, const void* data, int length);
@@ -132,8 +134,9 @@ class TQA_API TQABinary : public TQAMessage {
     void setAside(TQABinaryInternals* record);
     void dropAside();
     TQABinaryIterator* iteratorOnThis(TQAMessageIterator* at);
-    int appendMessage(const char* bytes, int len, BinaryPath& parent);
+    int appendElement(BinaryPath& parent, tqa::ElementView element);
     int saveAndFind(TQAMessageIterator* from, tqa::ElementView* element);
+    int saveAccessList(TQABinaryIterator* along);
 
     // Frozen order.
     std::uint32_t policy;

@@ -94,6 +94,7 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     int firstChild(int id) override;
     int nextSibling(int id) override;
 
+    // `data` must not lie in the message.
     int putValueBase64(const char* data, int len, int id) override;
     int putValue(const char* data, int len, int id) override;
 

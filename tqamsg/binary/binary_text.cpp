@@ -38,6 +38,7 @@ std::string TQABinary::escape(const char* text) {
     if (text == nullptr) return {};
     TextBuffer out;
     tqa::appendEscaped(text, out);
+    if (out.failed()) throw std::bad_alloc();
     return std::string(out.data() == nullptr ? "" : out.data(), out.size());
 }
 
@@ -77,6 +78,7 @@ int TQABinary::fromText(char* text, TQAMessageIterator* at) {
     if (fresh == nullptr || internals->buf == nullptr) return -1;
     if (!tqa::readMessage(text, *fresh, policy)) {
         // Kept: the message is left on what was read before the fault.
+        fresh->replace(*internals);
         setAside(internals);
         internals = fresh.release();
         return -1;
@@ -97,9 +99,5 @@ int TQABinary::fromText(char*& text, BinaryPath& path, bool skip) {
     text += reader.position() - text;
     if (!done) return -1;
     const ElementView root = tqa::rootOf(&read);
-    if (!root) return 0;
-    const int status =
-        insertID(path, root.id(), static_cast<int>(root.word()), root.payload(), root.length());
-    if (status == 0) path.pop_back();
-    return status;
+    return root ? appendElement(path, root) : 0;
 }

@@ -25,7 +25,7 @@ void moveTail(TQABinaryInternals& record, int from, int delta) {
 
 // Adds to the length of the path's first `count` elements.
 void addToLengths(TQABinaryInternals& record, const BinaryPath& path, int count, int delta) {
-    for (int i = count - 1; i >= 0; --i) tqa::addToLength(record.buf + path[i].offset, delta);
+    for (int i = count - 1; i >= 0; --i) tqa::addToChildren(record.buf + path[i].offset, delta);
 }
 
 int offsetOf(const TQABinaryInternals& record, const char* place) {

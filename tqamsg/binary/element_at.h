@@ -24,10 +24,10 @@ inline ElementView pathEnd(const TQABinaryInternals* record, const BinaryPath& p
     if (path.empty()) return {};
     ElementView element = elementAt(record, path[0].offset);
     for (int i = 1; i < path.size() && element; ++i) {
-        const char* child = record->buf + path[i].offset;
-        const bool inside = element.isContainer() && path[i].offset <= record->used &&
-                            child >= element.childrenBegin();
-        element = inside ? ElementView::find(child, element.end()) : ElementView();
+        const std::int64_t into = std::int64_t{path[i].offset} - path[i - 1].offset;
+        const bool inside =
+            element.isContainer() && into >= kEmptyElementSize && into < element.size();
+        element = inside ? ElementView::find(element.begin() + into, element.end()) : ElementView();
     }
     return element;
 }

@@ -84,7 +84,7 @@ int TQABinary::getID(std::string* id) {
 }
 
 int TQABinary::setID(const std::string& id) {
-    return setField(this, id, tqa::Attr_id);
+    return TQABinaryIterator(this).putValue(id, tqa::Attr_id);
 }
 
 int TQABinary::getPriority(int* priority) {

@@ -42,8 +42,8 @@ char* TQABinaryInternals::grow(std::int64_t n) {
     return buf;
 }
 
-char* TQABinaryInternals::copy(const char* message, int len) {
-    const int size = tqa::wholeMessageSize(message, len);
+char* TQABinaryInternals::copy(const char* message, int) {
+    const int size = tqa::wholeMessageSize(message, tqa::kMaxCapacity);
     if (size == 0 || expand(size) == nullptr) return nullptr;
     std::memcpy(append(size), message, bytes(size));
     return buf;

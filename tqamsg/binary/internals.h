@@ -20,8 +20,8 @@ class TQA_API TQABinaryInternals {
     char* expand(std::int64_t n) { return n <= 0 || capacity > used + n ? buf : grow(n); }
 
     // Appends the binary message at `message`, which lies there whole, to an empty record, and
-    // gives the buffer, or null when it could not grow. The size comes from the message itself.
-    // Kept: the count is not used.
+    // gives the buffer, or null when it could not grow. Kept: the size comes from the message
+    // itself, the count is not used.
     char* copy(const char* message, int len);
 
     // Forgets the content but keeps the buffer. The bytes are wiped, so that nothing of an
@@ -41,7 +41,11 @@ class TQA_API TQABinaryInternals {
     }
 
     // Tells iterators that elements may have moved.
-    void changeStamp() { stamp = static_cast<std::int32_t>(static_cast<std::uint32_t>(stamp) + 1); }
+    void changeStamp() { stamp = nextStamp(stamp); }
+
+    // This record takes the place of another in a message. Iterators must see that even if its
+    // buffer comes to lie where one of the message's former buffers was.
+    void replace(const TQABinaryInternals& other) { stamp = nextStamp(other.stamp); }
 
     bool isShared() const { return holders > 1; }
     void hold() { ++holders; }
@@ -58,6 +62,10 @@ class TQA_API TQABinaryInternals {
     TQABinaryInternals* next = nullptr;
 
   private:
+    static std::int32_t nextStamp(std::int32_t stamp) {
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(stamp) + 1);
+    }
+
     char* grow(std::int64_t n);
 
     std::int32_t touched = 0;  // the most bytes used since the buffer was last wiped

@@ -157,18 +157,27 @@ int TQABinaryIterator::putAttrTime(long value, int id) {
 template <class Get>
 int TQABinaryIterator::getAt(const std::string& name, Get get) {
     tqa::SavedPosition start(path, name);
+    const std::int32_t stampBefore = stamp;
     if (seek(name) != 0) return -1;
     const int status = get();
     start.restore();
+    // What was expanded on the way may have moved the element to come back to.
+    if (stamp != stampBefore) invalidate();
     return status;
 }
 
 template <class Put>
 int TQABinaryIterator::putAt(const std::string& name, Put put) {
-    if (seek(name) != 0 && newChild(name, std::string()) != 0) return -1;
+    const bool isNew = seek(name) != 0;
+    if (isNew && newChild(name, std::string()) != 0) return -1;
     const int status = put();
-    // Kept: exactly one step up, however long the path was.
-    seekUp();
+    // A failed write leaves nothing behind. Kept: otherwise exactly one step up, however long the
+    // path was.
+    if (isNew && status != 0) {
+        deleteFromChild();
+    } else {
+        seekUp();
+    }
     return status;
 }
 

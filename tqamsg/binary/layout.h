@@ -125,6 +125,12 @@ class ElementView {
     const char* end() const noexcept { return at_ + elementSize(length_); }
     int size() const noexcept { return static_cast<int>(elementSize(length_)); }
 
+    // The length, and for a container at least the room that its children have.
+    int wholeLength() const noexcept {
+        const int room = size() - kEmptyElementSize;
+        return isContainer() && length_ < room ? room : length_;
+    }
+
     const char* payload() const noexcept { return at_ + payloadOffset(length_, kind()); }
     std::string_view bytes() const noexcept {
         return {payload(), static_cast<std::size_t>(payloadSize(length_, kind()))};
@@ -203,8 +209,13 @@ inline void writeLength(char* element, int length) noexcept {
     store<std::int32_t>(element + 8, length);
 }
 
-inline void addToLength(char* element, int delta) noexcept {
-    writeLength(element, load<std::int32_t>(element + 8) + delta);
+// A container's children grow by `delta` bytes in all. What counts is the room that the size rule
+// gives them; a received length may say up to four bytes less, and one that blank text left behind
+// up to three bytes more, which stay.
+inline void addToChildren(char* container, int delta) noexcept {
+    const auto length = load<std::int32_t>(container + 8);
+    const int room = static_cast<int>(elementSize(length)) - kEmptyElementSize;
+    writeLength(container, room + delta + (length > room ? length - room : 0));
 }
 
 inline void writeElementHeader(char* at, int id, std::uint32_t word, int length) noexcept {

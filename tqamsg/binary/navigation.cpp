@@ -6,6 +6,9 @@
 #include "tqamsg/binary/saved_position.h"
 #include "tqamsg/vocabulary/lookup.h"
 
+#include <algorithm>
+#include <exception>
+
 using tqa::ElementView;
 
 namespace {
@@ -19,7 +22,11 @@ int TQABinaryIterator::curID() {
 }
 
 std::string TQABinaryIterator::curName() {
-    return std::string(tqa::tagWord(curID()));
+    try {
+        return std::string(tqa::tagWord(curID()));
+    } catch (const std::exception&) {
+        return {};
+    }
 }
 
 // --- down ---------------------------------------------------------------------------------------
@@ -123,6 +130,7 @@ void TQABinaryIterator::keepRoot() {
 int TQABinaryIterator::seek(const std::string& words) {
     if (words.empty()) return seek(0);
     tqa::SavedPosition start(path, words);
+    const std::int32_t stampBefore = stamp;
     std::string_view rest = words;
     if (rest.front() == kSeparator) {
         keepRoot();
@@ -135,6 +143,8 @@ int TQABinaryIterator::seek(const std::string& words) {
         const int id = tqa::tagId(word);
         if (id == 0 || seek(id) != 0) {
             start.restore();
+            // What was expanded on the way may have moved the element to come back to.
+            if (stamp != stampBefore) invalidate();
             return -1;
         }
         rest.remove_prefix(std::min(word.size() + 1, rest.size()));

@@ -49,7 +49,7 @@ int TQABinaryIterator::replaceRaw(int rawAt, const TQABinary& held) {
         path.pop_back();
         return -1;
     }
-    const int status = binary->appendMessage(content->buf, content->used, path);
+    const int status = binary->appendElement(path, tqa::rootOf(content));
     noteContent();
     return status;
 }

@@ -108,10 +108,13 @@ int TQAAuthorization::extract() {
 }
 
 int TQAAuthorization::save() {
-    std::unique_ptr<TQAMessageIterator> it(owner->newIterator());
-    if (it == nullptr) return -1;
-    if (it->seek("auth") != 0 && it->newChild("auth", "") != 0) return -1;
-    if (it->putVEList(list, true) != 0) return -1;
+    const std::unique_ptr<TQAMessageIterator> it(owner->newIterator());
+    return it == nullptr ? -1 : save(*it);
+}
+
+int TQAAuthorization::save(TQAMessageIterator& it) {
+    if (it.seek("auth") != 0 && it.newChild("auth", "") != 0) return -1;
+    if (it.putVEList(list, true) != 0) return -1;
     changed = false;
     return 0;
 }

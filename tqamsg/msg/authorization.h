@@ -34,7 +34,8 @@ class TQA_API TQAAuthorization {
     // everything gets no special treatment.
     bool checkReadAccess(const IDRangeArray& ids);
 
-    // The list as the message carries it, with what addVE() and addVEList() added.
+    // The list. The first call, like the first check, reads the message's own one if there is one,
+    // which then replaces what was added before.
     const IDRangeArray& getAccessList();
 
     // Adds one VE; any id but 0 ends the "everything is allowed" of a fresh list. The message's
@@ -57,6 +58,8 @@ class TQA_API TQAAuthorization {
     // Appends the list to the message's "auth" element, which is created when absent; an earlier
     // list stays in front of it. 0, or -1 when the message could not be changed.
     int save();
+    // save() through an iterator on the root, which it moves.
+    int save(TQAMessageIterator& it);
 
     // Whether the list was changed since it was last saved.
     bool isChanged() const { return changed; }
