@@ -166,7 +166,9 @@ TEST_F(TextFile, LeavesNoDescriptorOpen) {
     _exit(message.fromTextFile(file) == -2 ? 0 : 1);
 }
 
-TEST_F(TextFile, TellsWhenMemoryRunsOutWhileItIsRead) {
+using TextFileDeathTest = TextFile;
+
+TEST_F(TextFileDeathTest, TellsWhenMemoryRunsOutWhileItIsRead) {
     if (!TQA_CAN_STARVE) GTEST_SKIP() << "not under a sanitizer";
     const std::string file = fileWith("");
     ASSERT_EQ(truncate(file.c_str(), 64 << 20), 0);

@@ -124,7 +124,8 @@ class TQA_API TQABinary : public TQAMessage {
                const std::string& prefix, const std::string& base);
 
     // Reads one element from `text`, moves `text` past what was read, and appends the element
-    // below the path's last one. With `skip` the text is only checked and stepped over.
+    // below the path's last one: whole, or nothing of it when the text is malformed. With `skip`
+    // the text is only checked and stepped over. Each call looks for the end of the whole text.
     int fromText(char*& text, BinaryPath& path, bool skip);
 
   private:

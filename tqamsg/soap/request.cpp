@@ -142,9 +142,14 @@ const char* readOperation(std::string_view body, std::string_view request, Opera
 bool putText(TQAMessageIterator& it, const char* name, const std::string& value, bool reuse) {
     const bool found = reuse && it.seek(name) == 0;
     if (!found && it.newChild(name, "") != 0) return false;
-    const int status = it.putValue(value, 0);
+    bool done = it.putValue(value, 0) == 0;
+    // One that is there and holds elements keeps them.
+    if (!done && found && it.firstChild() == 0) {
+        done = true;
+        it.seekUp();
+    }
     it.seekUp();
-    return found || status == 0;
+    return done;
 }
 
 // Adds target, cookie and data to the packet.
@@ -211,6 +216,7 @@ int TQASoapConverter::convertBody(const char* body, TQAMessage& msg) {
             readOperation(body == nullptr ? "" : body, context->viewMessage(), operation))
         return fail(TQASoapFault::Client, reason);
     if (!addOperation(operation, msg)) return fail(TQASoapFault::Client, kUnreadableBody);
-    if (!operation.version.empty()) msg.setVersion(tqa::textToVersion(operation.version));
-    return 0;
+    if (operation.version.empty()) return 0;
+    const int status = msg.setVersion(tqa::textToVersion(operation.version));
+    return status == 0 ? 0 : fail(TQASoapFault::Client, kUnreadableBody);
 }

@@ -52,7 +52,7 @@ class ReplyReader {
     ReplyReader(TQAMessage& msg, TQAMessageIterator& it)
         : msg_(msg), it_(it), base_(namespaceOf(msg)) {}
 
-    // Whether everything that was read could be printed.
+    // Whether everything that was read could be printed, and the data be taken out.
     bool complete() const { return complete_; }
 
     std::string operationName() {
@@ -90,7 +90,7 @@ class ReplyReader {
     }
 
     void dropData() {
-        if (seekData()) it_.deleteFromChild();
+        if (seekData() && it_.deleteFromChild() != 0) complete_ = false;
     }
 
     // The whole message as the text of the SOAP header.
@@ -142,9 +142,9 @@ int TQASoapConverter::tqamsgToSoap(TQAMessage& msg, SoapVersion version, TQASoap
     context->init();
     out = nullptr;
     // Before the walk: printing would do it too, and could move what the walk stands on.
-    msg.saveChanges();
+    const bool saved = msg.saveChanges() == 0;
     const std::unique_ptr<TQAMessageIterator> it(msg.newIterator());
-    if (!it) return failIn(version, TQASoapFault::Server, kUnreadableReply);
+    if (!it || !saved) return failIn(version, TQASoapFault::Server, kUnreadableReply);
     ReplyReader reply(msg, *it);
 
     std::string errors;
