@@ -61,7 +61,8 @@ class SmallStack {
 
     // Rare, so it stays out of the callers' loops.
     [[gnu::noinline]] bool expand() noexcept {
-        if (capacity_ > std::numeric_limits<std::size_t>::max() / 2 / sizeof(T)) return false;
+        constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / 2 / sizeof(T);
+        if (capacity_ < N || capacity_ > kMost) return false;
         const std::size_t bytes = 2 * capacity_ * sizeof(T);
         void* const grown = std::realloc(isInline() ? nullptr : entries_, bytes);
         if (grown == nullptr) return false;
