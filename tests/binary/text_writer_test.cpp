@@ -652,4 +652,10 @@ TEST(TextWriterDeathTest, PrintsNothingWhenMemoryEnds) {
     EXPECT_EXIT(printWithoutMemory(*large), testing::ExitedWithCode(0), "");
 }
 
+TEST(TextWriter, AHeaderAttributeThatHoldsElementsPrintsWithoutThem) {
+    EXPECT_EQ(printed(container(Tag_packet, container(tqa::Attr_id, intElement(Tag_veid, 5)) +
+                                                intElement(Tag_list, 6))),
+              "<packet id=\"\">\n<list>6</list>\n</packet>\n");
+}
+
 }  // namespace

@@ -4,8 +4,6 @@
 #include "tqamsg/binary/binary.h"
 #include "tqamsg/binary/element_at.h"
 
-#include <limits>
-
 using tqa::ElementView;
 using tqa::Kind;
 

@@ -18,7 +18,6 @@ class TextScanner {
     explicit TextScanner(std::string_view text) : at_(text.data()), end_(at_ + text.size()) {}
 
     const char* position() const { return at_; }
-    void moveTo(const char* position) { at_ = position; }
     bool atEnd() const { return at_ == end_; }
 
     void skipSpace() {

@@ -140,8 +140,8 @@ void TextWriter::writeAttribute(ElementView attribute) {
     out_.append('"');
 }
 
-// Elements without payload, containers (as header attributes) and unknown kinds have no value; a
-// number that is cut short has none either.
+// Kept: containers have no value as header attributes. Elements without payload and unknown kinds
+// have no value; a number that is cut short has none either.
 void TextWriter::writeValue(ElementView element) {
     if (element.length() == 0) return;
     switch (element.kind()) {
