@@ -38,12 +38,18 @@ const char* TQABinary::messageType() {
 
 // --- the content and who shares it --------------------------------------------------------------
 
+// Lets go of the content for another, which becomes this message's.
+void TQABinary::takeContent(TQABinaryInternals* record) {
+    TQABinaryInternals::drop(internals);
+    internals = record;
+    ++contents;
+}
+
 int TQABinary::assignInternals(TQAMessage* from) {
     auto* other = dynamic_cast<TQABinary*>(from);
     if (other == nullptr) return -1;
     if (other->internals != nullptr) other->internals->hold();
-    TQABinaryInternals::drop(internals);
-    internals = other->internals;
+    takeContent(other->internals);
     return 0;
 }
 
@@ -52,14 +58,12 @@ int TQABinary::copyInternals() {
     std::unique_ptr<TQABinaryInternals> own(new (std::nothrow) TQABinaryInternals(*internals));
     if (own == nullptr || own->buf == nullptr) return -1;
     own->replace(*internals);
-    TQABinaryInternals::drop(internals);
-    internals = own.release();
+    takeContent(own.release());
     return 0;
 }
 
 int TQABinary::releaseInternals() {
-    TQABinaryInternals::drop(internals);
-    internals = nullptr;
+    takeContent(nullptr);
     return 0;
 }
 
@@ -71,8 +75,7 @@ bool TQABinary::startOver() {
         std::unique_ptr<TQABinaryInternals> own(new (std::nothrow) TQABinaryInternals);
         if (own == nullptr || !separateCounter()) return false;
         if (internals != nullptr) own->replace(*internals);
-        TQABinaryInternals::drop(internals);
-        internals = own.release();
+        takeContent(own.release());
     }
     dropAside();
     return true;

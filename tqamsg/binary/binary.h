@@ -12,10 +12,12 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 class TQABinaryIterator;
 
 namespace tqa {
+enum class Kind : std::uint16_t;
 class ElementView;
 }  // namespace tqa
 
@@ -131,11 +133,24 @@ class TQA_API TQABinary : public TQAMessage {
   private:
     friend class TQABinaryIterator;
 
+    // Whether this message's content is its own.
+    bool ownsContent() const {
+        return internals != nullptr && !internals->isShared() &&
+               (refcount == nullptr || *refcount <= 1);
+    }
+    void takeContent(TQABinaryInternals* record);
     bool startOver();
     void setAside(TQABinaryInternals* record);
     void dropAside();
     TQABinaryIterator* iteratorOnThis(TQAMessageIterator* at);
     int appendElement(BinaryPath& parent, tqa::ElementView element);
+    bool replaceRaw(const BinaryPath& parent, int stop, const TQABinaryInternals& expanded);
+    template <auto read, class Value>
+    int readField(int id, Value* value);
+    int readFlag(int id, int* on);
+    bool overwriteField(int id, tqa::Kind kind, const void* data, int length);
+    int setField(int id, int value);
+    int setField(int id, std::string_view text);
     int saveAndFind(TQAMessageIterator* from, tqa::ElementView* element);
     int saveAccessList(TQABinaryIterator* along);
 
@@ -145,4 +160,7 @@ class TQA_API TQABinary : public TQAMessage {
 
     // Contents that failed parses left behind, newest first.
     TQABinaryInternals* aside = nullptr;
+
+    // Counts the records that this message has had.
+    std::uint64_t contents = 1;
 };

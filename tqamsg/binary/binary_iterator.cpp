@@ -2,8 +2,7 @@
 
 #include "tqamsg/binary/binary_iterator.h"
 
-#include "tqamsg/binary/binary.h"
-#include "tqamsg/binary/element_at.h"
+#include "tqamsg/binary/iterator_steps.h"
 
 #include <new>
 
@@ -13,6 +12,7 @@ TQABinaryIterator::TQABinaryIterator(TQABinary* walked)
     : TQAMessageIterator(walked), policy(Policy), buf(nullptr), stamp(-1) {
     noteContent();
     pushRoot();
+    notePath();
 }
 
 TQABinaryIterator::TQABinaryIterator(TQABinaryIterator* other)
@@ -20,7 +20,9 @@ TQABinaryIterator::TQABinaryIterator(TQABinaryIterator* other)
       policy(other->policy),
       buf(nullptr),
       stamp(-1),
-      path(other->path) {
+      path(other->path),
+      knownContent(other->knownContent),
+      knownEdits(other->knownEdits) {
     noteContent();
 }
 
@@ -31,11 +33,7 @@ TQAMessageIterator* TQABinaryIterator::newIterator() {
 }
 
 TQABinary* TQABinaryIterator::getBinaryMessage() {
-    return static_cast<TQABinary*>(message);
-}
-
-TQABinaryInternals* TQABinaryIterator::record() const {
-    return static_cast<const TQABinary*>(message)->internals;
+    return &binary();
 }
 
 // Remembers the content as it is now as the one that the path was checked against.
@@ -45,29 +43,35 @@ void TQABinaryIterator::noteContent() {
     stamp = content == nullptr ? -1 : content->stamp;
 }
 
+// The path fits the content as it is now.
+void TQABinaryIterator::notePath() {
+    knownContent = binary().contents;
+    knownEdits = record() == nullptr ? 0 : record()->edits.count();
+}
+
 bool TQABinaryIterator::pushRoot() {
     const ElementView root = tqa::rootOf(record());
     if (root) path.push_back(root.id(), tqa::kRootOffset);
     return static_cast<bool>(root);
 }
 
-ElementView TQABinaryIterator::current() const {
-    return path.empty() ? ElementView() : tqa::elementAt(record(), path.back().offset);
-}
-
 int TQABinaryIterator::invalidate() {
     buf = nullptr;
     stamp = -1;
+    knownContent = 0;
     return 0;
 }
 
 int TQABinaryIterator::validateStamp() {
-    const TQABinaryInternals* content = record();
-    if (content == nullptr) return -1;
-    // Two records may carry the same stamp, but not the same buffer.
-    if (content->stamp == stamp && content->buf == buf) return 0;
-    if (!(path.empty() ? pushRoot() : checkPath())) return -1;
+    return isNoted() ? 0 : recheck();
+}
+
+int TQABinaryIterator::recheck() {
+    if (record() == nullptr) return -1;
+    const bool known = isPathKnown();
+    if (!known && !(path.empty() ? pushRoot() : checkPath())) return -1;
     noteContent();
+    if (known || tqa::pathEnd(record(), path)) notePath();
     return 0;
 }
 
@@ -90,9 +94,8 @@ bool TQABinaryIterator::checkPath() const {
 int TQABinaryIterator::validateInternals() {
     if (TQAMessageIterator::validateInternals() != 0) return -1;
     // A failed hardcopy() leaves a counter that no longer shows the sharing; the record does.
-    TQABinary* binary = getBinaryMessage();
-    const bool shared = binary->internals != nullptr && binary->internals->isShared();
-    if (shared && binary->makePrivate() != 0) return -1;
+    const bool shared = record() != nullptr && record()->isShared();
+    if (shared && binary().makePrivate() != 0) return -1;
     return validateStamp();
 }
 

@@ -7,6 +7,7 @@
 // others again.
 #pragma once
 
+#include "tqamsg/binary/child_scan.h"
 #include "tqamsg/binary/path.h"
 #include "tqamsg/export.h"
 #include "tqamsg/msg/message_iterator.h"
@@ -148,11 +149,24 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     friend class TQABinary;
     friend tqa::ElementView tqa::elementOf(TQABinaryIterator& it);
 
+    // What every operation does, inline in tqamsg/binary/iterator_steps.h.
+    TQABinary& binary() const;
     TQABinaryInternals* record() const;
+    tqa::ElementView current() const;
+    tqa::ElementView childWithId(int id);
+    tqa::ElementView reach(int id);
+    bool isNoted() const;
+    bool isPathKnown() const;
+    bool canWriteQuickly() const;
+    bool appendLast(tqa::ElementView parent, int id, std::uint32_t word, const void* data,
+                    int length);
+    bool putQuickly(int id, tqa::Kind kind, const void* data, std::size_t length);
+
+    int recheck();
     void noteContent();
+    void notePath();
     bool pushRoot();
     bool checkPath() const;
-    tqa::ElementView current() const;
 
     int enter(tqa::ElementView child);
     tqa::ElementView sibling(const char** end) const;
@@ -160,21 +174,31 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     void keepRoot();
     void follow(int from, int distance);
 
-    bool loadRaw(tqa::ElementView raw, TQABinary& held);
-    int replaceRaw(int rawAt, const TQABinary& held);
+    static tqa::ElementView expandFrom(tqa::ElementView raw, const char* end,
+                                       TQABinaryInternals& expanded, int* count);
 
     int put(int id, tqa::Kind kind, const void* data, std::size_t length);
     int putTerminated(int id, tqa::Kind kind, const char* data, int len);
-    template <class Value>
-    int get(int id, int (*read)(tqa::ElementView, Value*), Value* value);
-    template <class Get>
-    int getAt(const std::string& name, Get get);
-    template <class Put>
-    int putAt(const std::string& name, Put put);
+    int putAt(const std::string& name, tqa::Kind kind, const void* data, std::size_t length);
+    int putAnywhere(int id, tqa::Kind kind, const void* data, std::size_t length);
+    int putAlong(const std::string& name, tqa::Kind kind, const void* data, std::size_t length);
+    template <auto read, class Value>
+    int get(int id, Value* value);
+    template <auto read, class Value>
+    int getAt(const std::string& name, Value* value);
+    template <auto read, class Value>
+    int getAlong(const std::string& name, Value* value);
 
     // Frozen order.
     std::uint32_t policy;
     char* buf;           // the message's buffer when last checked
     std::int32_t stamp;  // the record's stamp when last checked
     BinaryPath path;
+
+    // When the path was last known to fit: in which of the message's records (0 for never), and how
+    // many edits that had seen. Saves checks of what no edit since can have moved.
+    std::uint64_t knownContent = 0;
+    std::uint64_t knownEdits = 0;
+    tqa::ChildScan scan;
+    tqa::ChildScan raws;  // looks for raw children only
 };

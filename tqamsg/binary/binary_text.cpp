@@ -80,7 +80,8 @@ int TQABinary::fromText(char* text, TQAMessageIterator* at) {
         // Kept: the message is left on what was read before the fault.
         fresh->replace(*internals);
         setAside(internals);
-        internals = fresh.release();
+        internals = nullptr;
+        takeContent(fresh.release());
         return -1;
     }
     return encode(fresh->buf, fresh->used, at);

@@ -4,6 +4,8 @@
 #include "tqamsg/binary/binary.h"
 #include "tqamsg/binary/element_at.h"
 
+#include <algorithm>
+
 using tqa::ElementView;
 using tqa::Kind;
 
@@ -17,13 +19,9 @@ constexpr int kRoomlessLength = 3;
 void moveTail(TQABinaryInternals& record, int from, int delta) {
     const int size = record.used - from;
     record.resize(delta);
+    if (size > 0 || delta < 0) record.edits.add(from + std::min(delta, 0));
     char* tail = record.buf + from;
     std::memmove(tail + delta, tail, static_cast<std::size_t>(size));
-}
-
-// Adds to the length of the path's first `count` elements.
-void addToLengths(TQABinaryInternals& record, const BinaryPath& path, int count, int delta) {
-    for (int i = count - 1; i >= 0; --i) tqa::addToChildren(record.buf + path[i].offset, delta);
 }
 
 int offsetOf(const TQABinaryInternals& record, const char* place) {
@@ -47,7 +45,7 @@ void resize(TQABinaryInternals& record, const BinaryPath& path, ElementView elem
     const int delta = static_cast<int>(tqa::elementSize(length)) - element.size();
     moveTail(record, at + element.size(), delta);
     tqa::writeLength(record.buf + at, length);
-    addToLengths(record, path, path.size() - 1, delta);
+    tqa::addToLengths(record, path, path.size() - 1, delta);
 }
 
 // Turns the path's last element, which can hold children, into a container.
@@ -86,9 +84,40 @@ int TQABinary::insertID(BinaryPath& path, int id, int word, const void* data, in
     const auto fields = static_cast<std::uint32_t>(word);
     tqa::writeElementHeader(internals->buf + at, id, fields, length);
     tqa::writePayload(internals->buf + at, tqa::kindOf(fields), data, length);
-    addToLengths(*internals, path, path.size(), size);
+    tqa::addToLengths(*internals, path, path.size(), size);
     path.push_back(id, at);
     return 0;
+}
+
+// Takes the raw children before the offset `stop` out of the path's last element and puts the
+// elements in `expanded` behind all others. False and unchanged when the buffer can't grow.
+bool TQABinary::replaceRaw(const BinaryPath& path, int stop, const TQABinaryInternals& expanded) {
+    TQABinaryInternals& record = *internals;
+    if (record.expand(expanded.used) == nullptr) return false;
+    const ElementView parent = tqa::elementAt(&record, path.back().offset);
+    const int end = offsetOf(record, parent.end());
+    int kept = offsetOf(record, parent.childrenBegin());  // where the children not yet moved start
+    int to = kept;                                        // and where they go
+    const auto keepUpTo = [&](int from) {
+        std::memmove(record.buf + to, record.buf + kept, static_cast<std::size_t>(from - kept));
+        to += from - kept;
+    };
+    // A child is looked at before anything moves over it, as all moves go down.
+    ElementView raw = parent.childWithId(0);
+    record.edits.add(offsetOf(record, raw.begin()));
+    while (raw && offsetOf(record, raw.begin()) < stop) {
+        keepUpTo(offsetOf(record, raw.begin()));
+        kept = offsetOf(record, raw.end());
+        record.changeStamp();
+        raw = raw.next(record.buf + end).withId(0, record.buf + end);
+    }
+    keepUpTo(end);
+
+    const int delta = to + expanded.used - end;
+    moveTail(record, end, delta);
+    std::memcpy(record.buf + to, expanded.buf, static_cast<std::size_t>(expanded.used));
+    tqa::addToLengths(record, path, path.size(), delta);
+    return true;
 }
 
 int TQABinary::insertValue(BinaryPath& path, int kind, const void* data, int length) {
@@ -98,10 +127,8 @@ int TQABinary::insertValue(BinaryPath& path, int kind, const void* data, int len
     if (internals->expand(tqa::elementSize(length) - element.size()) == nullptr) return -1;
 
     resize(*internals, path, tqa::pathEnd(internals, path), length);
-    char* at = internals->buf + path.back().offset;
-    const auto fields = static_cast<std::uint32_t>(kind);
-    tqa::writeKindWord(at, fields);
-    tqa::writePayload(at, tqa::kindOf(fields), data, length);
+    tqa::writeValue(internals->buf + path.back().offset, static_cast<std::uint32_t>(kind), data,
+                    length);
     return 0;
 }
 
@@ -112,6 +139,6 @@ int TQABinary::deleteID(BinaryPath& path) {
     const int size = element.size();
     moveTail(*internals, path.back().offset + size, -size);
     path.pop_back();
-    addToLengths(*internals, path, path.size(), -size);
+    tqa::addToLengths(*internals, path, path.size(), -size);
     return 0;
 }

@@ -32,4 +32,12 @@ inline ElementView pathEnd(const TQABinaryInternals* record, const BinaryPath& p
     return element;
 }
 
+// Adds to the length of the path's first `count` elements, whose children grew by `delta`.
+inline void addToLengths(TQABinaryInternals& record, const BinaryPath& path, int count,
+                         int delta) noexcept {
+    char* const start = record.buf;
+    const PathEntry* const entries = path.begin();
+    for (int i = count - 1; i >= 0; --i) addToChildren(start + entries[i].offset, delta);
+}
+
 }  // namespace tqa

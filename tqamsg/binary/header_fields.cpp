@@ -3,52 +3,67 @@
 
 #include "tqamsg/binary/binary.h"
 #include "tqamsg/binary/binary_iterator.h"
+#include "tqamsg/binary/element_at.h"
+#include "tqamsg/binary/values.h"
 #include "tqamsg/util/version_text.h"
 #include "tqamsg/vocabulary/word_ids.h"
 
-namespace {
+using tqa::ElementView;
 
-template <class Value>
-int getField(TQABinary* message, Value* value, int id) {
-    return TQABinaryIterator(message).getValue(value, id);
+// Reading a field takes no iterator, unless raw children are to be expanded on the way.
+template <auto read, class Value>
+int TQABinary::readField(int id, Value* value) {
+    if ((TQABinaryIterator::Policy & TQABinaryIterator::kExpandRaw) != 0) {
+        TQABinaryIterator expanding(this);
+        expanding.seek(id);
+    }
+    const ElementView field = tqa::rootOf(internals).childWithId(id);
+    return field && read(field, value) == 0 ? 0 : -1;
 }
 
-int setField(TQABinary* message, int value, int id) {
-    return TQABinaryIterator(message).putValue(value, id);
+// Nor does writing a value over one that takes as much room.
+bool TQABinary::overwriteField(int id, tqa::Kind kind, const void* data, int length) {
+    if (!ownsContent() || TQABinaryIterator::Policy != 0) return false;
+    const ElementView field = tqa::rootOf(internals).childWithId(id);
+    if (!field || field.isContainer() || tqa::elementSize(length) != field.size()) return false;
+    tqa::writeValue(internals->buf + (field.begin() - internals->buf), tqa::kindWord(kind), data,
+                    length);
+    return true;
 }
 
-int setField(TQABinary* message, std::string_view text, int id) {
-    // Every text handed in here is followed by a zero byte.
-    return TQABinaryIterator(message).putValue(text.data(), static_cast<int>(text.size()), id);
+int TQABinary::setField(int id, int value) {
+    if (overwriteField(id, tqa::Kind::Int, &value, sizeof value)) return 0;
+    return TQABinaryIterator(this).putValue(value, id);
 }
 
-int getFlag(TQABinary* message, int* on, int id) {
+// The text is followed by a zero byte.
+int TQABinary::setField(int id, std::string_view text) {
+    const int length = static_cast<int>(text.size());
+    if (overwriteField(id, tqa::Kind::String, text.data(), length + 1)) return 0;
+    return TQABinaryIterator(this).putValue(text.data(), length, id);
+}
+
+int TQABinary::readFlag(int id, int* on) {
     std::string text;
-    if (getField(message, &text, id) != 0 || (text != "on" && text != "off")) return -1;
+    if (readField<tqa::readString>(id, &text) != 0 || (text != "on" && text != "off")) return -1;
     *on = text == "on" ? 1 : 0;
     return 0;
 }
 
-int setFlag(TQABinary* message, int on, int id) {
-    return setField(message, std::string_view(on != 0 ? "on" : "off"), id);
-}
-
-}  // namespace
-
 int TQABinary::getVersion(int* version) {
     std::string text;
-    if (getField(this, &text, tqa::Attr_version) != 0) return -1;
+    if (readField<tqa::readString>(tqa::Attr_version, &text) != 0) return -1;
     *version = tqa::textToVersion(text);
     return 0;
 }
 
 int TQABinary::setVersion(int version) {
     char text[tqa::kVersionTextMax + 1] = {};
-    return setField(this, tqa::versionToText(version, text), tqa::Attr_version);
+    return setField(tqa::Attr_version, tqa::versionToText(version, text));
 }
 
 int TQABinary::getTime(long* time) {
-    return TQABinaryIterator(this).getValueTime(time, tqa::Attr_time);
+    return readField<tqa::readTime>(tqa::Attr_time, time);
 }
 
 int TQABinary::setTime(long time) {
@@ -56,65 +71,65 @@ int TQABinary::setTime(long time) {
 }
 
 int TQABinary::getProgress(int* on) {
-    return getFlag(this, on, tqa::Attr_progress);
+    return readFlag(tqa::Attr_progress, on);
 }
 
 int TQABinary::setProgress(int on) {
-    return setFlag(this, on, tqa::Attr_progress);
+    return setField(tqa::Attr_progress, on != 0 ? std::string_view("on") : std::string_view("off"));
 }
 
 int TQABinary::getLog(int* on) {
-    return getFlag(this, on, tqa::Attr_log);
+    return readFlag(tqa::Attr_log, on);
 }
 
 int TQABinary::setLog(int on) {
-    return setFlag(this, on, tqa::Attr_log);
+    return setField(tqa::Attr_log, on != 0 ? std::string_view("on") : std::string_view("off"));
 }
 
 int TQABinary::getType(int* type) {
-    return getField(this, type, tqa::Attr_type);
+    return readField<tqa::readInt>(tqa::Attr_type, type);
 }
 
 int TQABinary::setType(int type) {
-    return setField(this, type, tqa::Attr_type);
+    return setField(tqa::Attr_type, type);
 }
 
 int TQABinary::getID(std::string* id) {
-    return getField(this, id, tqa::Attr_id);
+    return readField<tqa::readString>(tqa::Attr_id, id);
 }
 
 int TQABinary::setID(const std::string& id) {
-    return TQABinaryIterator(this).putValue(id, tqa::Attr_id);
+    return setField(tqa::Attr_id, id);
 }
 
 int TQABinary::getPriority(int* priority) {
-    return getField(this, priority, tqa::Attr_priority);
+    return readField<tqa::readInt>(tqa::Attr_priority, priority);
 }
 
 int TQABinary::setPriority(int priority) {
-    return setField(this, priority, tqa::Attr_priority);
+    return setField(tqa::Attr_priority, priority);
 }
 
 int TQABinary::getUid(int* uid) {
-    return getField(this, uid, tqa::Attr_uid);
+    return readField<tqa::readInt>(tqa::Attr_uid, uid);
 }
 
 int TQABinary::setUid(int uid) {
-    return setField(this, uid, tqa::Attr_uid);
+    return setField(tqa::Attr_uid, uid);
 }
 
 int TQABinary::getTimeout(int* seconds) {
-    return getField(this, seconds, tqa::Attr_timeout);
+    return readField<tqa::readInt>(tqa::Attr_timeout, seconds);
 }
 
 int TQABinary::setTimeout(int seconds) {
-    return setField(this, seconds, tqa::Attr_timeout);
+    return setField(tqa::Attr_timeout, seconds);
 }
 
 int TQABinary::getTimeoutLimit(int* seconds) {
-    return getField(this, seconds, tqa::Attr_timeout_limit);
+    return readField<tqa::readInt>(tqa::Attr_timeout_limit, seconds);
 }
 
 int TQABinary::setTimeoutLimit(int seconds) {
-    return setField(this, seconds, tqa::Attr_timeout_limit);
+    return setField(tqa::Attr_timeout_limit, seconds);
 }

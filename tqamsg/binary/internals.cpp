@@ -61,6 +61,7 @@ void TQABinaryInternals::clear() {
     if (touched > 0) std::memset(buf, 0, bytes(touched));
     touched = 0;
     used = 0;
+    edits.add(0);
     changeStamp();
 }
 

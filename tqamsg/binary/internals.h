@@ -1,6 +1,7 @@
 // The buffer record of a binary message: who owns the bytes and how they grow.
 #pragma once
 
+#include "tqamsg/binary/edit_log.h"
 #include "tqamsg/export.h"
 
 #include <cstdint>
@@ -40,6 +41,9 @@ class TQA_API TQABinaryInternals {
         return at;
     }
 
+    // Whether no message has used the bytes behind this one yet.
+    bool isFreshBehind() const { return used == touched; }
+
     // Tells iterators that elements may have moved.
     void changeStamp() { stamp = nextStamp(stamp); }
 
@@ -57,6 +61,9 @@ class TQA_API TQABinaryInternals {
     std::int32_t stamp = 0;     // counts reallocations, clearings and deletions
     std::int32_t capacity = 0;  // bytes allocated
     std::int32_t used = 0;      // bytes of the message
+
+    // Where elements have moved. Elements appended behind all others move none.
+    tqa::EditLog edits;
 
     // The next record of a list; for whoever keeps one.
     TQABinaryInternals* next = nullptr;

@@ -1,11 +1,10 @@
 // Typed values, attributes and subtrees through the binary iterator.
 
-#include "tqamsg/binary/binary.h"
-#include "tqamsg/binary/binary_iterator.h"
-#include "tqamsg/binary/element_at.h"
+#include "tqamsg/binary/iterator_steps.h"
 #include "tqamsg/binary/saved_position.h"
 #include "tqamsg/binary/values.h"
 #include "tqamsg/util/time_text.h"
+#include "tqamsg/vocabulary/lookup.h"
 
 #include <limits>
 
@@ -15,26 +14,39 @@ namespace {
 
 constexpr std::size_t kTimeTextSize = 25;
 
+// The length of the time's text with its zero byte; 0 for a time that can't be written, which must
+// not replace one that was.
+std::size_t writeTime(long value, char* text) {
+    time2str(value, text);
+    return *text == '\0' ? 0 : std::strlen(text) + 1;
+}
+
 }  // namespace
 
 // --- writers by id ------------------------------------------------------------------------------
 
 // Replaces the value of the child (or of the current element for id 0), or appends the child.
-int TQABinaryIterator::put(int id, Kind kind, const void* data, std::size_t length) {
+[[gnu::always_inline]] inline int TQABinaryIterator::put(int id, Kind kind, const void* data,
+                                                         std::size_t length) {
+    return putQuickly(id, kind, data, length) ? 0 : putAnywhere(id, kind, data, length);
+}
+
+int TQABinaryIterator::putAnywhere(int id, Kind kind, const void* data, std::size_t length) {
     if (length > std::numeric_limits<std::int32_t>::max()) return -1;
     if (validateInternals() != 0 || path.empty()) return -1;
-    TQABinary* binary = getBinaryMessage();
+    const bool known = isPathKnown();
     const int word = static_cast<int>(tqa::kindWord(kind));
     const int size = static_cast<int>(length);
     int status = 0;
     if (seek(id) == 0) {
-        status = binary->insertValue(path, word, data, size);
+        status = binary().insertValue(path, word, data, size);
         if (id != 0) seekUp();
     } else {
-        status = binary->insertID(path, id, word, data, size);
+        status = binary().insertID(path, id, word, data, size);
         if (status == 0) seekUp();
     }
     noteContent();
+    if (known) notePath();
     return status;
 }
 
@@ -74,10 +86,8 @@ int TQABinaryIterator::putValueBase64(const std::string& value, int id) {
 
 int TQABinaryIterator::putValueTime(long value, int id) {
     char text[kTimeTextSize];
-    time2str(value, text);
-    // A time that can't be written must not replace one that was.
-    if (*text == '\0') return -1;
-    return put(id, Kind::Time, text, std::strlen(text) + 1);
+    const std::size_t length = writeTime(value, text);
+    return length == 0 ? -1 : put(id, Kind::Time, text, length);
 }
 
 int TQABinaryIterator::putValueXML(const std::string& value, int id) {
@@ -86,50 +96,50 @@ int TQABinaryIterator::putValueXML(const std::string& value, int id) {
 
 // --- readers by id ------------------------------------------------------------------------------
 
-// Reads the child (or the current element for id 0) and comes back.
-template <class Value>
-int TQABinaryIterator::get(int id, int (*read)(tqa::ElementView, Value*), Value* value) {
-    if (seek(id) != 0) return -1;
-    const tqa::ElementView element = current();
-    const int status = element ? read(element, value) : -1;
+// Reads the child (or the current element for id 0) without going there.
+template <auto read, class Value>
+[[gnu::always_inline]] inline int TQABinaryIterator::get(int id, Value* value) {
+    const tqa::ElementView element = reach(id);
+    if (!element) return -1;
+    const int status = read(element, value);
+    if (status != tqa::kNoPayload) return status;
     // Kept: an element without payload keeps the iterator.
-    if (status == tqa::kNoPayload) return -1;
-    if (id != 0) seekUp();
-    return status;
+    if (id != 0) enter(element);
+    return -1;
 }
 
 int TQABinaryIterator::getValue(int* value, int id) {
-    return get(id, tqa::readInt, value);
+    return get<tqa::readInt>(id, value);
 }
 
 int TQABinaryIterator::getValueLongLong(long long* value, int id) {
-    return get(id, tqa::readLongLong, value);
+    return get<tqa::readLongLong>(id, value);
 }
 
 int TQABinaryIterator::getValueDouble(double* value, int id) {
-    return get(id, tqa::readDouble, value);
+    return get<tqa::readDouble>(id, value);
 }
 
 int TQABinaryIterator::getValueTime(long* value, int id) {
-    return get(id, tqa::readTime, value);
+    return get<tqa::readTime>(id, value);
 }
 
 int TQABinaryIterator::getValue(std::string* value, int id) {
-    return get(id, tqa::readString, value);
+    return get<tqa::readString>(id, value);
 }
 
 int TQABinaryIterator::getValueBase64(std::string* value, int id) {
-    return get(id, tqa::readBase64, value);
+    return get<tqa::readBase64>(id, value);
 }
 
 int TQABinaryIterator::getValueXML(std::string* value, int id) {
-    return get(id, tqa::readXml, value);
+    return get<tqa::readXml>(id, value);
 }
 
 // --- attributes ---------------------------------------------------------------------------------
 
 int TQABinaryIterator::getAttr(std::string* value, int id) {
-    return get(id, tqa::readAttributeText, value);
+    return get<tqa::readAttributeText>(id, value);
 }
 
 int TQABinaryIterator::getAttr(int* value, int id) {
@@ -154,23 +164,40 @@ int TQABinaryIterator::putAttrTime(long value, int id) {
 
 // --- by name ------------------------------------------------------------------------------------
 
-template <class Get>
-int TQABinaryIterator::getAt(const std::string& name, Get get) {
+// One word leads to a child like its id does. What is more than a word goes the long way, and so
+// does a word as long as raw children are to be expanded on it.
+template <auto read, class Value>
+int TQABinaryIterator::getAt(const std::string& name, Value* value) {
+    const int id = tqa::tagId(name);
+    if (id == 0 || (policy & kExpandRaw) != 0) return getAlong<read>(name, value);
+    const tqa::ElementView element = reach(id);
+    const int status = element ? read(element, value) : -1;
+    return status == tqa::kNoPayload ? -1 : status;
+}
+
+template <auto read, class Value>
+int TQABinaryIterator::getAlong(const std::string& name, Value* value) {
     tqa::SavedPosition start(path, name);
     const std::int32_t stampBefore = stamp;
     if (seek(name) != 0) return -1;
-    const int status = get();
+    const int status = get<read>(0, value);
     start.restore();
     // What was expanded on the way may have moved the element to come back to.
     if (stamp != stampBefore) invalidate();
     return status;
 }
 
-template <class Put>
-int TQABinaryIterator::putAt(const std::string& name, Put put) {
+int TQABinaryIterator::putAt(const std::string& name, Kind kind, const void* data,
+                             std::size_t length) {
+    const int id = tqa::tagId(name);
+    return id != 0 && putQuickly(id, kind, data, length) ? 0 : putAlong(name, kind, data, length);
+}
+
+int TQABinaryIterator::putAlong(const std::string& name, Kind kind, const void* data,
+                                std::size_t length) {
     const bool isNew = seek(name) != 0;
     if (isNew && newChild(name, std::string()) != 0) return -1;
-    const int status = put();
+    const int status = put(0, kind, data, length);
     // A failed write leaves nothing behind. Kept: otherwise exactly one step up, however long the
     // path was.
     if (isNew && status != 0) {
@@ -182,51 +209,53 @@ int TQABinaryIterator::putAt(const std::string& name, Put put) {
 }
 
 int TQABinaryIterator::getValueBase64(std::string* value, const std::string& name) {
-    return getAt(name, [&] { return getValueBase64(value, 0); });
+    return getAt<tqa::readBase64>(name, value);
 }
 
 int TQABinaryIterator::getValue(std::string* value, const std::string& name) {
-    return getAt(name, [&] { return getValue(value, 0); });
+    return getAt<tqa::readString>(name, value);
 }
 
 int TQABinaryIterator::getValue(int* value, const std::string& name) {
-    return getAt(name, [&] { return getValue(value, 0); });
+    return getAt<tqa::readInt>(name, value);
 }
 
 int TQABinaryIterator::getValueLongLong(long long* value, const std::string& name) {
-    return getAt(name, [&] { return getValueLongLong(value, 0); });
+    return getAt<tqa::readLongLong>(name, value);
 }
 
 int TQABinaryIterator::getValueDouble(double* value, const std::string& name) {
-    return getAt(name, [&] { return getValueDouble(value, 0); });
+    return getAt<tqa::readDouble>(name, value);
 }
 
 int TQABinaryIterator::getValueTime(long* value, const std::string& name) {
-    return getAt(name, [&] { return getValueTime(value, 0); });
+    return getAt<tqa::readTime>(name, value);
 }
 
 int TQABinaryIterator::putValueBase64(const std::string& value, const std::string& name) {
-    return putAt(name, [&] { return putValueBase64(value, 0); });
+    return putAt(name, Kind::Base64, value.c_str(), value.size() + 1);
 }
 
 int TQABinaryIterator::putValue(const std::string& value, const std::string& name) {
-    return putAt(name, [&] { return putValue(value, 0); });
+    return putAt(name, Kind::String, value.c_str(), value.size() + 1);
 }
 
 int TQABinaryIterator::putValueLongLong(long long value, const std::string& name) {
-    return putAt(name, [&] { return putValueLongLong(value, 0); });
+    return putAt(name, Kind::LongLong, &value, sizeof value);
 }
 
 int TQABinaryIterator::putValueDouble(double value, const std::string& name) {
-    return putAt(name, [&] { return putValueDouble(value, 0); });
+    return putAt(name, Kind::Double, &value, sizeof value);
 }
 
 int TQABinaryIterator::putValue(int value, const std::string& name) {
-    return putAt(name, [&] { return putValue(value, 0); });
+    return putAt(name, Kind::Int, &value, sizeof value);
 }
 
 int TQABinaryIterator::putValueTime(long value, const std::string& name) {
-    return putAt(name, [&] { return putValueTime(value, 0); });
+    char text[kTimeTextSize];
+    const std::size_t length = writeTime(value, text);
+    return length == 0 ? -1 : putAt(name, Kind::Time, text, length);
 }
 
 // --- subtrees -----------------------------------------------------------------------------------
@@ -253,7 +282,7 @@ int TQABinaryIterator::fromTextToChild(char* text) {
 
 int TQABinaryIterator::deleteFromChild() {
     if (validateInternals() != 0) return -1;
-    const int status = getBinaryMessage()->deleteID(path);
+    const int status = binary().deleteID(path);
     noteContent();
     return status;
 }

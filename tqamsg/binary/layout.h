@@ -16,6 +16,8 @@
 // length, and on the zero byte that texts carry inside their length.
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -52,7 +54,7 @@ inline constexpr std::int64_t kMaxCapacity = 0x7FFFF000;
 
 // The bytes that an element with a payload of `length` >= 0 bytes takes.
 constexpr std::int64_t elementSize(std::int64_t length) {
-    return ((length + 12) / 8 + 1) * 8;
+    return ((length + 12) & ~std::int64_t{7}) + 8;
 }
 
 // Where the payload starts. The length test holds for every kind, so a text of seven characters
@@ -94,6 +96,20 @@ template <class T>
 void store(char* to, T value) noexcept {
     static_assert(std::is_trivially_copyable_v<T>);
     std::memcpy(to, &value, sizeof value);
+}
+
+// The place in memory of the first zero byte of a word; the word's size if it has none.
+template <class Word>
+std::size_t firstZeroByte(Word word) noexcept {
+    if constexpr (std::endian::native == std::endian::little) {
+        constexpr Word kOnes = static_cast<Word>(~Word{0}) / 0xFF;
+        // The lowest of the bits that are set is exact; those above it may be carries.
+        const Word zeros = (word - kOnes) & ~word & (kOnes << 7);
+        return static_cast<std::size_t>(std::countr_zero(zeros)) / 8;
+    } else {
+        const auto* const bytes = reinterpret_cast<const char*>(&word);
+        return static_cast<std::size_t>(std::find(bytes, bytes + sizeof word, '\0') - bytes);
+    }
 }
 
 // --- reading ------------------------------------------------------------------------------------
@@ -139,7 +155,7 @@ class ElementView {
     // A text payload: it ends at its first zero byte, or at its length if it holds none.
     std::string_view text() const noexcept {
         const std::string_view all = bytes();
-        return all.substr(0, all.find('\0'));
+        return all.substr(0, all.size() <= kShortText ? shortTextSize() : all.find('\0'));
     }
 
     // A fixed-width payload; false when the element is too short to hold one.
@@ -171,7 +187,24 @@ class ElementView {
     ElementView next(const char* end) const noexcept { return find(this->end(), end); }
 
   private:
+    static constexpr std::size_t kShortText = 64;
+
     ElementView(const char* at, int length) noexcept : at_(at), length_(length) {}
+
+    // The bytes of the payload before its first zero byte, or more than it has: the element's words
+    // are searched to their end.
+    std::size_t shortTextSize() const noexcept {
+        const int first = payloadOffset(length_, kind());
+        if (first == 12) {
+            const std::size_t zero = firstZeroByte(load<std::uint32_t>(at_ + 12));
+            if (zero < 4) return zero;
+        }
+        for (int word = 16; word < size(); word += 8) {
+            const std::size_t zero = firstZeroByte(load<std::uint64_t>(at_ + word));
+            if (zero < 8) return static_cast<std::size_t>(word - first) + zero;
+        }
+        return static_cast<std::size_t>(length_);
+    }
 
     const char* at_ = nullptr;
     std::int32_t length_ = 0;
@@ -214,6 +247,10 @@ inline void writeLength(char* element, int length) noexcept {
 // up to three bytes more, which stay.
 inline void addToChildren(char* container, int delta) noexcept {
     const auto length = load<std::int32_t>(container + 8);
+    if (length % 8 == 0) {
+        writeLength(container, length + delta);
+        return;
+    }
     const int room = static_cast<int>(elementSize(length)) - kEmptyElementSize;
     writeLength(container, room + delta + (length > room ? length - room : 0));
 }
@@ -230,11 +267,17 @@ inline void writeEmptyElement(char* at, int id, std::uint32_t word) noexcept {
     store<std::uint32_t>(at + 12, 0);
 }
 
+// Zeroes what a header and a payload do not cover in an element of `size` bytes; both are written
+// afterwards.
+inline void clearPadding(char* element, std::int64_t size) noexcept {
+    store<std::uint32_t>(element + 12, 0);
+    store<std::uint64_t>(element + size - 8, 0);
+}
+
 // Writes every byte of an element that holds a text and its zero byte.
 inline void writeTextElement(char* at, int id, Kind kind, std::string_view text) noexcept {
     const auto length = static_cast<std::int64_t>(text.size()) + 1;
-    store<std::uint32_t>(at + 12, 0);
-    store<std::uint64_t>(at + elementSize(length) - 8, 0);
+    clearPadding(at, elementSize(length));
     writeElementHeader(at, id, kindWord(kind), static_cast<int>(length));
     char* payload = at + payloadOffset(length, kind);
     if (!text.empty()) std::memcpy(payload, text.data(), text.size());
@@ -272,6 +315,13 @@ inline void writePayload(char* element, Kind kind, const void* data, int length)
     if (length == 0) return;
     std::memcpy(element + payloadOffset(length, kind), data,
                 static_cast<std::size_t>(payloadSize(length, kind)));
+}
+
+// Writes a value over another that takes as much room.
+inline void writeValue(char* element, std::uint32_t word, const void* data, int length) noexcept {
+    writeKindWord(element, word);
+    writeLength(element, length);
+    writePayload(element, kindOf(word), data, length);
 }
 
 }  // namespace tqa

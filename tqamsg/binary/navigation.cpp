@@ -1,8 +1,6 @@
 // Moves of the binary iterator, and the children it makes.
 
-#include "tqamsg/binary/binary.h"
-#include "tqamsg/binary/binary_iterator.h"
-#include "tqamsg/binary/element_at.h"
+#include "tqamsg/binary/iterator_steps.h"
 #include "tqamsg/binary/saved_position.h"
 #include "tqamsg/vocabulary/lookup.h"
 
@@ -39,8 +37,8 @@ int TQABinaryIterator::enter(ElementView child) {
 
 int TQABinaryIterator::seek(int id) {
     if ((policy & kExpandRaw) != 0) parseUnknown();
-    if (validateStamp() != 0) return -1;
-    return id == 0 ? 0 : enter(current().childWithId(id));
+    if (!isNoted() && recheck() != 0) return -1;
+    return id == 0 ? 0 : enter(childWithId(id));
 }
 
 int TQABinaryIterator::firstChild(int id) {
@@ -54,15 +52,24 @@ int TQABinaryIterator::firstChild(const std::string& name) {
 
 int TQABinaryIterator::firstChild() {
     if ((policy & kExpandRaw) != 0 && parseUnknown() != 0) return -1;
-    if (validateStamp() != 0) return -1;
+    if (!isNoted() && recheck() != 0) return -1;
     return enter(current().firstChild());
 }
 
 int TQABinaryIterator::newChild(int id, int ns) {
+    const std::uint32_t word = tqa::kindWord(tqa::Kind::Untyped, ns);
+    if (canWriteQuickly()) {
+        const int at = record()->used;
+        if (appendLast(current(), id, word, nullptr, 0)) {
+            path.push_back(id, at);
+            return 0;
+        }
+    }
     if (validateInternals() != 0 || path.empty()) return -1;
-    const auto word = static_cast<int>(tqa::kindWord(tqa::Kind::Untyped, ns));
-    const int status = getBinaryMessage()->insertID(path, id, word, nullptr, 0);
+    const bool known = isPathKnown();
+    const int status = binary().insertID(path, id, static_cast<int>(word), nullptr, 0);
     noteContent();
+    if (known) notePath();
     return status;
 }
 
@@ -92,13 +99,13 @@ int TQABinaryIterator::moveAcross(ElementView sibling) {
 }
 
 int TQABinaryIterator::nextSibling() {
-    if (validateStamp() != 0) return -1;
+    if (!isNoted() && recheck() != 0) return -1;
     const char* end = nullptr;
     return moveAcross(sibling(&end));
 }
 
 int TQABinaryIterator::nextSibling(int id) {
-    if (validateStamp() != 0) return -1;
+    if (!isNoted() && recheck() != 0) return -1;
     if (id == 0) return 0;
     const char* end = nullptr;
     const ElementView next = sibling(&end);
@@ -118,7 +125,7 @@ int TQABinaryIterator::seekUp() {
 }
 
 int TQABinaryIterator::seekRoot() {
-    if (validateStamp() != 0) return -1;
+    if (!isNoted() && recheck() != 0) return -1;
     keepRoot();
     return 0;
 }

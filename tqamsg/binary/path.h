@@ -31,6 +31,7 @@ class TQA_API BinaryPath {
     tqa::PathEntry& operator[](int index) { return entries[index]; }
     const tqa::PathEntry& operator[](int index) const { return entries[index]; }
     tqa::PathEntry* begin() { return entries; }
+    const tqa::PathEntry* begin() const { return entries; }
     tqa::PathEntry* end() { return entries + count; }
 
     void push_back(int id, int offset) {

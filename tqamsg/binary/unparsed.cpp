@@ -1,55 +1,59 @@
 // Raw children: XML that the reader could not map, or that putValueXML() stored, becomes elements.
 
-#include "tqamsg/binary/binary.h"
-#include "tqamsg/binary/binary_iterator.h"
-#include "tqamsg/binary/element_at.h"
+#include "tqamsg/binary/iterator_steps.h"
 
 using tqa::ElementView;
 using tqa::Kind;
 
+namespace {
+
+// Appends what a raw child holds. Only a named element may take its place: an unnamed one would be
+// found and expanded again without end.
+bool appendHeld(ElementView root, TQABinaryInternals& expanded) {
+    if (!root || root.id() == 0) return false;
+    const int length = root.wholeLength();
+    const auto size = static_cast<int>(tqa::elementSize(length));
+    if (expanded.expand(size) == nullptr) return false;
+    char* const at = expanded.append(size);
+    tqa::clearPadding(at, size);
+    tqa::writeElementHeader(at, root.id(), root.word(), length);
+    tqa::writePayload(at, root.kind(), root.payload(), length);
+    return true;
+}
+
+}  // namespace
+
 int TQABinaryIterator::parseUnknown() {
-    if (validateStamp() != 0) return -1;
+    if (!isNoted() && recheck() != 0) return -1;
     const ElementView parent = current();
     if (!parent || !parent.isContainer()) return -1;
-    // What stands before the first raw child is not looked at again: an expanded child leaves
-    // from where it was and comes back, named, at the end.
-    const int parentAt = path.back().offset;
-    int from = parentAt + tqa::kEmptyElementSize;
-    for (;;) {
-        const ElementView range = tqa::elementAt(record(), parentAt);
-        const ElementView next = ElementView::find(record()->buf + from, range.end());
-        const ElementView raw = next ? next.withId(0, range.end()) : ElementView();
-        if (!raw) return 0;
-        from = static_cast<int>(raw.begin() - record()->buf);
 
-        TQABinary held;
-        if (!loadRaw(raw, held)) return (policy & kRawMustParse) != 0 ? -1 : 0;
-        if (replaceRaw(from, held) != 0) return -1;
+    // All are read before any is replaced, so that the children are moved once and not for each.
+    TQABinaryInternals expanded;
+    int count = 0;
+    const ElementView first = raws.findRaw(parent, *record(), binary().contents);
+    const ElementView stop = first ? expandFrom(first, parent.end(), expanded, &count) : first;
+    const int stopAt = static_cast<int>((stop ? stop.begin() : parent.end()) - record()->buf);
+    if (count > 0) {
+        if (!isPathKnown() && !tqa::pathEnd(record(), path)) return -1;
+        if (!binary().replaceRaw(path, stopAt, expanded)) return -1;
+        noteContent();
     }
+    return stop && (policy & kRawMustParse) != 0 ? -1 : 0;
 }
 
-// Loads what a raw child holds. Only a named element may take its place: an unnamed one would be
-// found and expanded again without end.
-bool TQABinaryIterator::loadRaw(ElementView raw, TQABinary& held) {
-    if (raw.kind() != Kind::Unparsed) return false;
-    // encode() takes a writable pointer but only reads.
-    char* payload = const_cast<char*>(raw.payload());
-    if (held.encode(payload, raw.length(), nullptr) != 0) return false;
-    const ElementView root = tqa::rootOf(held.internals);
-    return root && root.id() != 0;
-}
-
-int TQABinaryIterator::replaceRaw(int rawAt, const TQABinary& held) {
-    TQABinary* binary = getBinaryMessage();
-    const TQABinaryInternals* content = held.internals;
-    // Room first: when there is none the raw child stays.
-    if (record()->expand(content->used) == nullptr) return -1;
-    path.push_back(0, rawAt);
-    if (binary->deleteID(path) != 0) {
-        path.pop_back();
-        return -1;
+// Reads the raw children from `raw` on and counts them, up to the first that stays, which is given;
+// empty when none does.
+ElementView TQABinaryIterator::expandFrom(ElementView raw, const char* end,
+                                          TQABinaryInternals& expanded, int* count) {
+    TQABinary held;
+    for (; raw; raw = raw.next(end).withId(0, end)) {
+        if (raw.kind() != Kind::Unparsed) break;
+        // encode() takes a writable pointer but only reads.
+        char* payload = const_cast<char*>(raw.payload());
+        if (held.encode(payload, raw.length(), nullptr) != 0) break;
+        if (!appendHeld(tqa::rootOf(held.internals), expanded)) break;
+        ++*count;
     }
-    const int status = binary->appendElement(path, tqa::rootOf(content));
-    noteContent();
-    return status;
+    return raw;
 }

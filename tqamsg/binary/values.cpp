@@ -54,21 +54,17 @@ char* writeReal(char* out, double value) {
 
 }  // namespace
 
-int readInt(ElementView element, int* value) {
-    if (element.length() == 0) return kNoPayload;
-    if (element.kind() == Kind::Int) return readNumber<std::int32_t>(element, value);
+int convertToInt(ElementView element, int* value) {
     if (!isText(element.kind())) return -1;
-    *value = static_cast<int>(textToLong(element.text()));
+    // A zero byte is no digit, so the text need not be cut off there.
+    *value = static_cast<int>(textToLong(element.bytes()));
     return 0;
 }
 
-int readLongLong(ElementView element, long long* value) {
-    if (element.length() == 0) return kNoPayload;
+int convertToLongLong(ElementView element, long long* value) {
     switch (element.kind()) {
         case Kind::Int:
             return readNumber<std::int32_t>(element, value);
-        case Kind::LongLong:
-            return readNumber<std::int64_t>(element, value);
         case Kind::Untyped:
         case Kind::String:
             return scanLongLong(element.text(), value) - 1;

@@ -15,8 +15,22 @@ namespace tqa {
 
 inline constexpr int kNoPayload = std::numeric_limits<int>::min();
 
-int readInt(ElementView element, int* value);
-int readLongLong(ElementView element, long long* value);
+// Numbers of other kinds than their own.
+int convertToInt(ElementView element, int* value);
+int convertToLongLong(ElementView element, long long* value);
+
+inline int readInt(ElementView element, int* value) {
+    if (element.length() == 0) return kNoPayload;
+    if (element.kind() != Kind::Int) return convertToInt(element, value);
+    return element.number(value) ? 0 : -1;
+}
+
+inline int readLongLong(ElementView element, long long* value) {
+    if (element.length() == 0) return kNoPayload;
+    if (element.kind() != Kind::LongLong) return convertToLongLong(element, value);
+    return element.number(value) ? 0 : -1;
+}
+
 int readDouble(ElementView element, double* value);
 int readTime(ElementView element, long* value);
 int readString(ElementView element, std::string* value);
