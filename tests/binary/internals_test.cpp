@@ -74,6 +74,21 @@ TEST(BinaryInternals, GrowsWhenTheLastByteWouldBeTaken) {
     }
 }
 
+// How much room was taken at once changes nothing that can be seen.
+TEST(BinaryInternals, GrowsInTheSameStepsWhateverWasExpected) {
+    for (const std::int64_t expected :
+         {std::int64_t{0}, std::int64_t{100}, std::int64_t{100'000}, std::int64_t{100'000'000}}) {
+        TQABinaryInternals record;
+        record.expect(expected);
+        for (const int capacity : {4096, 8192, 16384, 32768}) {
+            ASSERT_NE(record.expand(capacity / 2), nullptr);
+            EXPECT_EQ(record.capacity, capacity) << expected;
+            record.resize(capacity / 2 + (capacity > 4096 ? 0 : 1));
+        }
+        EXPECT_EQ(record.stamp, 4) << expected;
+    }
+}
+
 TEST(BinaryInternals, BytesThatComeIntoUseAreZero) {
     TQABinaryInternals record;
     fill(record, 4000, 'x');

@@ -33,13 +33,24 @@ char* TQABinaryInternals::grow(std::int64_t n) {
     // Doubling keeps repeated appends cheap; near the limit the buffer takes what is left.
     const std::int64_t wanted = capacity + (n >= capacity ? wholePages(n) : capacity);
     const std::int64_t target = std::min(wanted, tqa::kMaxCapacity);
-    if (target < used + n) return nullptr;
-    char* grown = static_cast<char*>(std::realloc(buf, bytes(target)));
-    if (grown == nullptr) return nullptr;
-    buf = grown;
+    if (target < used + n || (target > allocated && !allocate(target))) return nullptr;
     capacity = static_cast<std::int32_t>(target);
     changeStamp();
     return buf;
+}
+
+bool TQABinaryInternals::allocate(std::int64_t target) {
+    const std::int64_t wish = std::clamp(wholePages(expected), target, tqa::kMaxCapacity);
+    std::int64_t size = wish;
+    void* grown = std::realloc(buf, bytes(size));
+    if (grown == nullptr && wish > target) {
+        size = target;
+        grown = std::realloc(buf, bytes(size));
+    }
+    if (grown == nullptr) return false;
+    buf = static_cast<char*>(grown);
+    allocated = size;
+    return true;
 }
 
 char* TQABinaryInternals::copy(const char* message, int) {

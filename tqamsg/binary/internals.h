@@ -20,6 +20,10 @@ class TQA_API TQABinaryInternals {
     // memory runs out or the buffer would pass 2 GiB.
     char* expand(std::int64_t n) { return n <= 0 || capacity > used + n ? buf : grow(n); }
 
+    // Says how many bytes the message will have in all, as far as is known. Growing then takes the
+    // room at once; the capacity goes up in its steps all the same.
+    void expect(std::int64_t n) { expected = n; }
+
     // Appends the binary message at `message`, which lies there whole, to an empty record, and
     // gives the buffer, or null when it could not grow. Kept: the size comes from the message
     // itself, the count is not used.
@@ -74,7 +78,10 @@ class TQA_API TQABinaryInternals {
     }
 
     char* grow(std::int64_t n);
+    bool allocate(std::int64_t target);
 
+    std::int64_t allocated = 0;  // bytes at buf, the capacity or more
+    std::int64_t expected = 0;
     std::int32_t touched = 0;  // the most bytes used since the buffer was last wiped
     std::int32_t holders = 1;  // messages that point here
 };

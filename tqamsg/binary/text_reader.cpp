@@ -248,6 +248,8 @@ bool beginMessage(TQABinaryInternals& record) {
 }
 
 bool readMessage(std::string_view text, TQABinaryInternals& record, std::uint32_t policy) {
+    // An element takes as much room as its text or half as much again.
+    record.expect(static_cast<std::int64_t>(text.size() + text.size() / 2));
     return beginMessage(record) && TextReader(text, record, policy).read(false) &&
            record.used > kMessageHeaderSize;
 }

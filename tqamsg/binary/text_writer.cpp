@@ -5,7 +5,9 @@
 #include "tqamsg/util/number_text.h"
 #include "tqamsg/vocabulary/lookup.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
 
 namespace tqa {
 
@@ -37,6 +39,57 @@ const char* findEscaped(const char* from, const char* end) {
     }
     while (from != end && !isEscaped(*from)) ++from;
     return from;
+}
+
+// Where `text` ends that is written so: a word of at most kKeyLength characters, or a short text
+// that lies in sixteen readable bytes.
+char* copyBlock(const void* block, std::size_t n, char* to) {
+    std::memcpy(to, block, TextBuffer::kBlock);
+    return to + n;
+}
+
+// Writes a value of a few characters and gives its end; null for all others. kShortValue bytes can
+// be written, and the bytes up to `readable` can be read.
+constexpr std::size_t kShortValue = 32;
+
+char* writeShortText(ElementView element, const char* readable, char* to) {
+    const char* const start = element.payload();
+    if (element.length() > TextBlock::kSize || readable - start < TextBlock::kSize) return nullptr;
+    const TextBlock block(start);
+    const unsigned size = block.where('\0') | 1U << element.length();
+    if (element.kind() == Kind::String) {
+        const unsigned escaped = block.where('<') | block.where('>') | block.where('&');
+        // Below the lowest bit of `size` are those of the text.
+        if ((escaped & (size - 1) & ~size) != 0) return nullptr;
+    }
+    return copyBlock(start, static_cast<std::size_t>(std::countr_zero(size)), to);
+}
+
+char* writeShortValue(ElementView element, const char* readable, char* to) {
+    switch (element.kind()) {
+        case Kind::Int: {
+            std::int32_t value = 0;
+            return element.number(&value) ? writeInteger(to, value) : nullptr;
+        }
+        case Kind::LongLong: {
+            std::int64_t value = 0;
+            return element.number(&value) ? writeInteger(to, value) : nullptr;
+        }
+        case Kind::Untyped:
+        case Kind::Time:
+        case Kind::String:
+            return writeShortText(element, readable, to);
+        default:
+            return nullptr;
+    }
+}
+
+// The first child of an element that prints as its attribute; empty when there is none.
+ElementView firstAttribute(ElementView container) {
+    const char* const end = container.end();
+    ElementView child = container.firstChild();
+    while (child && !printsAsAttribute(child)) child = child.next(end);
+    return child;
 }
 
 void appendInteger(long long value, TextBuffer& out) {
@@ -82,15 +135,52 @@ bool TextWriter::write(ElementView element) {
         const std::size_t depth = open_.size();
         ElementView child = ElementView::find(at, parent.end);
         while (child && open_.size() == depth) {
-            at = printsAsAttribute(child) ? child.end() : writeElement(child, prefix);
+            if (printsAsAttribute(child)) {
+                at = child.end();
+            } else {
+                const char* const behind = writeShort(child, prefix);
+                at = behind != nullptr ? behind : writeElement(child, prefix);
+            }
             child = ElementView::find(at, parent.end);
         }
         if (open_.size() != depth) continue;
         open_.pop();
-        writeEndTag(tagNameOf(ElementView::find(parent.begin, parent.end), parent.prefix));
+        writeEnd(ElementView::find(parent.begin, parent.end), parent.prefix);
         at = parent.end;
     }
     return !failed_ && !out_.failed();
+}
+
+// The quick way of writeElement(), for most elements: those without prefix and attributes that have
+// a short name and, if they have one, a short value are written in one go. Null, with nothing
+// written, for all others.
+const char* TextWriter::writeShort(ElementView element, Prefix prefix) {
+    const KeyedWord word = keyedTagWord(element.id());
+    const std::size_t size = word.word.size();
+    if (namespaces_ || size == 0 || size > kKeyLength) return nullptr;
+    char* const start = out_.grow(2 * kKeyLength + kShortValue + sizeof "<></>");
+    if (start == nullptr) return nullptr;
+    *start = '<';
+    char* at = copyBlock(&word.key, size, start + 1);
+    const char* behind = element.end();
+    if (element.isContainer() && element.length() > 0) {
+        if (firstAttribute(element)) return nullptr;
+        at = std::copy_n(">\n", 2, at);
+        if (!open_.push({element.begin(), element.end(), prefix})) failed_ = true;
+        behind = element.childrenBegin();
+    } else if (element.length() > 0) {
+        *at = '>';
+        at = writeShortValue(element, readable_, at + 1);
+        if (at == nullptr) return nullptr;
+        at = std::copy_n("</", 2, at);
+        at = copyBlock(&word.key, size, at);
+        at = std::copy_n(">\n", 2, at);
+    } else {
+        if (element.kind() == Kind::Unparsed) return nullptr;
+        at = std::copy_n("/>\n", 3, at);
+    }
+    out_.commit(static_cast<std::size_t>(at - start));
+    return behind;
 }
 
 // Prints an element and gives its end; of a container with children only the start tag, which
@@ -112,19 +202,18 @@ const char* TextWriter::writeElement(ElementView element, Prefix prefix) {
     if (!element.isContainer()) {
         out_.append('>');
         writeValue(element);
-        writeEndTag(name);
+        writeEnd(element, prefix);
         return element.end();
     }
-    writeAttributesOf(element);
+    if (const ElementView first = firstAttribute(element)) writeAttributes(first, element.end());
     out_.append(">\n");
     if (!open_.push({element.begin(), element.end(), prefix})) failed_ = true;
     return element.childrenBegin();
 }
 
 // Kept: attributes print in the reverse of their order in the message.
-void TextWriter::writeAttributesOf(ElementView container) {
-    const char* end = container.end();
-    for (ElementView child = container.firstChild(); child; child = child.next(end)) {
+void TextWriter::writeAttributes(ElementView first, const char* end) {
+    for (ElementView child = first; child; child = child.next(end)) {
         if (printsAsAttribute(child) && !attributes_.push(child)) failed_ = true;
     }
     for (; !attributes_.empty(); attributes_.pop()) writeAttribute(attributes_.top());
@@ -189,10 +278,22 @@ void TextWriter::writeText(ElementView element) {
     }
 }
 
-void TextWriter::writeEndTag(const TagName& name) {
+void TextWriter::writeEnd(ElementView element, Prefix prefix) {
+    if (!namespaces_ && writeShortEnd(keyedTagWord(element.id()))) return;
     out_.append("</");
-    writeTagName(name);
+    writeTagName(tagNameOf(element, prefix));
     out_.append(">\n");
+}
+
+bool TextWriter::writeShortEnd(const KeyedWord& word) {
+    if (word.word.empty() || word.word.size() > kKeyLength) return false;
+    char* const start = out_.grow(kKeyLength + sizeof "</>");
+    if (start == nullptr) return false;
+    char* at = std::copy_n("</", 2, start);
+    at = copyBlock(&word.key, word.word.size(), at);
+    at = std::copy_n(">\n", 2, at);
+    out_.commit(static_cast<std::size_t>(at - start));
+    return true;
 }
 
 void TextWriter::writeTagName(const TagName& name) {

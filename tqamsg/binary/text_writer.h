@@ -52,14 +52,16 @@ class TextWriter {
         KeyedWord word;
     };
 
+    const char* writeShort(ElementView element, Prefix prefix);
     const char* writeElement(ElementView element, Prefix prefix);
     void writeAttribute(ElementView attribute);
-    void writeAttributesOf(ElementView container);
+    void writeAttributes(ElementView first, const char* end);
     void writeValue(ElementView element);
     void writeText(ElementView element);
+    void writeEnd(ElementView element, Prefix prefix);
+    bool writeShortEnd(const KeyedWord& word);
     void writeTagName(const TagName& name);
     void writeDeclaration(ElementView element);
-    void writeEndTag(const TagName& name);
     Prefix prefixBelow(const Open& container) const;
     TagName tagNameOf(ElementView element, Prefix prefix) const;
     std::string_view namespaceOf(ElementView element) const;

@@ -194,7 +194,7 @@ int scanDouble(std::string_view text, double* value) noexcept {
     return 1;
 }
 
-char* writeInteger(char* out, long long value) noexcept {
+char* writeLongInteger(char* out, long long value) noexcept {
     return std::to_chars(out, out + kIntegerTextMax, value).ptr;
 }
 

@@ -3,7 +3,10 @@
 
 #include "tqamsg/export.h"
 
+#include <bit>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -41,7 +44,38 @@ int scanDouble(std::string_view text, double* value) noexcept;
 // The texts of longlongToStr and doubleToStr, without a terminator; they return the end.
 inline constexpr std::size_t kIntegerTextMax = 20;  // "-9223372036854775808"
 inline constexpr std::size_t kDoubleTextMax = 317;  // "-", 309 digits, ".", 6 digits
-char* writeInteger(char* out, long long value) noexcept;
+// Up to kIntegerTextMax bytes at `out` are written, whatever the length of the text.
+inline char* writeInteger(char* out, long long value) noexcept;
 char* writeDouble(char* out, double value) noexcept;
+
+inline constexpr long long kEightDigits = 100'000'000;
+
+// Numbers of up to eight digits, without a branch on how many: all eight are made in one register,
+// the first in the lowest byte, and the leading zeros are shifted out. Each step splits every field
+// in two by multiplying with a reciprocal that is exact in its range.
+inline char* writeEightDigits(char* out, std::uint32_t value) noexcept {
+    const std::uint64_t high = value / 10'000;
+    const std::uint64_t fours = high | (value - high * 10'000) << 32;
+    const std::uint64_t hundreds = (fours * 10'486 >> 20) & 0x7F'0000'007F;
+    const std::uint64_t pairs = hundreds | (fours - 100 * hundreds) << 16;
+    const std::uint64_t tens = (pairs * 103 >> 10) & 0x000F'000F'000F'000F;
+    const std::uint64_t digits = tens | (pairs - 10 * tens) << 8;
+    // The last digit stays even when it is a zero.
+    const int leading = std::countr_zero(digits | std::uint64_t{1} << 56) / 8;
+    const std::uint64_t text = (digits | 0x3030'3030'3030'3030) >> 8 * leading;
+    std::memcpy(out, &text, sizeof text);
+    return out + 8 - leading;
+}
+
+char* writeLongInteger(char* out, long long value) noexcept;
+
+inline char* writeInteger(char* out, long long value) noexcept {
+    if constexpr (std::endian::native == std::endian::little) {
+        if (value >= 0 && value < kEightDigits) {
+            return writeEightDigits(out, static_cast<std::uint32_t>(value));
+        }
+    }
+    return writeLongInteger(out, value);
+}
 
 }  // namespace tqa

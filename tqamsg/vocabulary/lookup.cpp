@@ -27,18 +27,15 @@ constexpr auto kAttributeWords = [] {
     return words;
 }();
 
-constexpr WordTable kTags(kTagWords, kFirstTagId);
 constexpr WordTable kNamespaces(kNamespaceWords, kFirstNamespaceId);
 constexpr WordTable kAttributes(kAttributeWords, kFirstAttributeId);
 
 }  // namespace
 
+constexpr WordTable<kTagCount> kTags(kTagWords, kFirstTagId);
+
 int tagId(std::string_view word) noexcept {
     return kTags.id(word);
-}
-
-int tagId(std::string_view word, WordKey key) noexcept {
-    return kTags.id(word, key);
 }
 
 int namespaceId(std::string_view word) noexcept {
@@ -51,10 +48,6 @@ int attributeId(std::string_view word) noexcept {
 
 std::string_view tagWord(int id) noexcept {
     return kTags.word(id);
-}
-
-KeyedWord keyedTagWord(int id) noexcept {
-    return kTags.keyedWord(id);
 }
 
 std::string_view namespaceWord(int id) noexcept {
