@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <random>
 #include <string>
@@ -119,6 +120,52 @@ INSTANTIATE_TEST_SUITE_P(
         DecodeCase{"QUJD\r\n!", -1, ""}, DecodeCase{"Q\r=", -1, ""},
         DecodeCase{"QU\r\nJ D", -1, ""}, DecodeCase{"QUJD\r\n=", -1, ""},
         DecodeCase{"QU\r\0JD"s, -1, ""}));
+
+// The rule itself: character by character, line breaks left out when there is a carriage return.
+// Nothing when the text is invalid.
+std::optional<std::string> decodedPlainly(const std::string& text) {
+    const bool lines = text.find('\r') != std::string::npos;
+    std::string bytes;
+    unsigned int previous = 0;
+    int place = 0;
+    for (const char c : text) {
+        if (lines && (c == '\r' || c == '\n')) continue;
+        if (place >= 2 && c == '=') return bytes;
+        const unsigned int index = getIndex(c);
+        if (index == 255) return std::nullopt;
+        if (place > 0) bytes += static_cast<char>(previous << 2 * place | index >> (6 - 2 * place));
+        previous = index;
+        place = (place + 1) % 4;
+    }
+    return place == 1 && !lines ? std::nullopt : std::optional(bytes);
+}
+
+// Mostly of the alphabet, with line breaks now and then, or with none, or with many.
+std::string randomText(std::mt19937& random) {
+    const auto rarity = 1u << random() % 8;
+    std::string text(random() % 300, 'A');
+    for (char& c : text) {
+        c = "Ab9+/zZ0"[random() % 8];
+        if (random() % rarity == 0) c = "\r\n\n\n"[random() % 4];
+        if (random() % 500 == 0) c = "=! \xff"[random() % 4];
+    }
+    return text;
+}
+
+TEST(Base64, RandomTextsAreDecodedAsByTheRule) {
+    std::mt19937 random(65);
+    int valid = 0;
+    for (int round = 0; round < 30000; ++round) {
+        const std::string text = randomText(random);
+        const auto wanted = decodedPlainly(text);
+        std::string out = "untouched";
+        ASSERT_EQ(wanted ? 0 : -1, Base64::decode(text, &out)) << testing::PrintToString(text);
+        ASSERT_EQ(wanted.value_or("untouched"), out) << testing::PrintToString(text);
+        valid += wanted ? 1 : 0;
+    }
+    EXPECT_GT(valid, 1000);
+    EXPECT_LT(valid, 29000);
+}
 
 TEST(Base64, CarriageReturnBeyondTheLengthDoesNotCount) {
     std::string out;
@@ -240,6 +287,26 @@ INSTANTIATE_TEST_SUITE_P(
         BufferCase{"!!!!", 3, "\xff\xff\xff", "Size mismatch: resived 4, processed 3.\n!!!!\n"},
         // The terminator is taken for the character that is missing.
         BufferCase{"Q", 2, "C\0"s, "Size mismatch: size 2, 1 not output\nQ\n"}));
+
+// The rule itself for a text of whole groups: as many bytes as there is room for.
+TEST(Base64, LongTextsFillABufferOfEverySize) {
+    std::string bytes(150, '\0');
+    std::mt19937 random(66);
+    for (char& c : bytes) c = static_cast<char>(random());
+    const std::string text = Base64::encode(bytes);
+    for (std::size_t size = 0; size <= bytes.size(); ++size) {
+        std::string out(size + 1, '#');
+        testing::internal::CaptureStderr();
+        Base64::decode(text.data(), static_cast<int>(text.size()), out.data(),
+                       static_cast<int>(size));
+        // The last character that was looked at completed the last byte.
+        const std::size_t processed = size == 0 ? 0 : size + (size - 1) / 3;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "Size mismatch: resived 200, processed " +
+                                                              std::to_string(processed) + ".\n" +
+                                                              text + "\n");
+        EXPECT_EQ(out, bytes.substr(0, size) + '#');
+    }
+}
 
 TEST(Base64, BufferWarningShowsTheGivenLengthOnly) {
     char out[3];

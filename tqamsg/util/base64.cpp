@@ -1,5 +1,7 @@
 #include "tqamsg/util/base64.h"
 
+#include "tqamsg/util/base64_forms.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -11,16 +13,13 @@
 
 namespace {
 
-constexpr std::string_view kAlphabet =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
 constexpr unsigned char kNoIndex = 255;
 
 constexpr std::array<unsigned char, 256> kIndex = [] {
     std::array<unsigned char, 256> index = {};
     index.fill(kNoIndex);
     unsigned char place = 0;
-    for (const char c : kAlphabet) index[static_cast<unsigned char>(c)] = place++;
+    for (const char c : tqa::kBase64Alphabet) index[static_cast<unsigned char>(c)] = place++;
     return index;
 }();
 
@@ -40,58 +39,62 @@ char completedByte(int place, unsigned int previous, unsigned int index) {
     }
 }
 
-// Decodes groups of four valid characters as long as there are any; returns how many characters.
-std::size_t decodeWholeGroups(std::string_view text, char* out) {
-    std::size_t at = 0;
-    for (; text.size() - at >= 4; at += 4, out += 3) {
-        const unsigned int i0 = indexOf(text[at]);
-        const unsigned int i1 = indexOf(text[at + 1]);
-        const unsigned int i2 = indexOf(text[at + 2]);
-        const unsigned int i3 = indexOf(text[at + 3]);
-        if ((i0 | i1 | i2 | i3) > 63) break;
-        out[0] = static_cast<char>(i0 << 2 | i1 >> 4);
-        out[1] = static_cast<char>(i1 << 4 | i2 >> 2);
-        out[2] = static_cast<char>(i2 << 6 | i3);
+// The groups that are broken by line breaks, short, padded or invalid.
+class SlowGroups {
+  public:
+    // Takes the next group from the front of the text. Returns how many bytes it gave, fewer than 3
+    // at the end of the text, nothing when it is invalid.
+    std::optional<std::size_t> decode(std::string_view& text, char* out) {
+        char group[4];
+        const std::size_t size = take(text, group);
+        for (std::size_t place = 0; place < size; ++place) {
+            if (place >= 2 && group[place] == '=') return place - 1;
+            const unsigned int index = indexOf(group[place]);
+            if (index == kNoIndex) return std::nullopt;
+            if (place > 0)
+                *out++ = completedByte(static_cast<int>(place), indexOf(group[place - 1]), index);
+        }
+        if (size == 1 && !hasReturn_) return std::nullopt;
+        return size == 0 ? 0 : size - 1;
     }
-    return at;
-}
 
-// Whether a text may end after the first character of a group.
-enum class LoneCharacter { kIsDropped, kIsAnError };
-
-// What remains: a group that is short, padded or invalid. Returns the number of bytes, nothing when
-// it is invalid.
-std::optional<std::size_t> decodeLastGroup(std::string_view text, LoneCharacter lone, char* out) {
-    unsigned int previous = 0;
-    for (std::size_t place = 0; place < text.size(); ++place) {
-        if (place >= 2 && text[place] == '=') return place - 1;
-        const unsigned int index = indexOf(text[place]);
-        if (index == kNoIndex) return std::nullopt;
-        if (place > 0) *out++ = completedByte(static_cast<int>(place), previous, index);
-        previous = index;
+  private:
+    // Up to four characters between line breaks.
+    std::size_t take(std::string_view& text, char* group) {
+        std::size_t size = 0;
+        for (; size < 4 && !text.empty(); text.remove_prefix(1))
+            if (!isBreak(text)) group[size++] = text.front();
+        return size;
     }
-    if (text.size() == 1 && lone == LoneCharacter::kIsAnError) return std::nullopt;
-    return text.empty() ? 0 : text.size() - 1;
-}
 
-std::optional<std::string> decodeLine(std::string_view text, LoneCharacter lone) {
-    std::string bytes(text.size() / 4 * 3 + 3, '\0');
-    const std::size_t whole = decodeWholeGroups(text, bytes.data());
-    const std::size_t size = whole / 4 * 3;
-    const auto rest = decodeLastGroup(text.substr(whole), lone, bytes.data() + size);
-    if (!rest) return std::nullopt;
-    bytes.resize(size + *rest);
-    return bytes;
-}
+    // Kept: only a carriage return, wherever it stands, permits line breaks, and with it a lone
+    // character at the end is dropped instead of refused.
+    bool isBreak(std::string_view text) {
+        const char c = text.front();
+        if (c != '\r' && c != '\n') return false;
+        hasReturn_ = hasReturn_ || text.find('\r') != std::string_view::npos;
+        return hasReturn_;
+    }
 
-// Kept: only a carriage return permits line breaks, and with it a lone character at the end is
-// dropped instead of refused.
+    bool hasReturn_ = false;  // one was seen, or is known to follow
+};
+
 std::optional<std::string> decodeText(std::string_view text) {
-    if (text.find('\r') == std::string_view::npos)
-        return decodeLine(text, LoneCharacter::kIsAnError);
-    std::string joined(text);
-    std::erase_if(joined, [](char c) { return c == '\r' || c == '\n'; });
-    return decodeLine(joined, LoneCharacter::kIsDropped);
+    const tqa::Base64Form& form = tqa::bestBase64Form();
+    std::string bytes(text.size() / 4 * 3 + 3, '\0');
+    char* out = bytes.data();
+    SlowGroups slow;
+    std::optional<std::size_t> last;
+    do {
+        const std::size_t whole = form.decode(text.data(), text.size() / 4, out);
+        text.remove_prefix(4 * whole);
+        out += 3 * whole;
+        last = slow.decode(text, out);
+        if (!last) return std::nullopt;
+        out += *last;
+    } while (*last == 3);
+    bytes.resize(static_cast<std::size_t>(out - bytes.data()));
+    return bytes;
 }
 
 int decodeInto(std::string_view text, std::string* out) {
@@ -113,11 +116,15 @@ struct Filled {
 
 // Nothing is validated: the value of a character outside the alphabet is 255.
 Filled decodeUnchecked(std::string_view text, char* out, int outSize) {
-    Filled filled = {0, 0};
+    const auto room = static_cast<std::size_t>(outSize);
+    const std::size_t whole =
+        tqa::bestBase64Form().decode(text.data(), std::min(text.size() / 4, room / 3), out);
+    Filled filled = {static_cast<int>(3 * whole),
+                     static_cast<int>(4 * whole) - (whole > 0 ? 1 : 0)};
     unsigned int previous = 0;
     // After a lone character the terminator is taken for the missing one.
     const std::size_t end = text.size() % 4 == 1 ? text.size() + 1 : text.size();
-    for (std::size_t at = 0; at < end && filled.size < outSize; ++at) {
+    for (std::size_t at = 4 * whole; at < end && filled.size < outSize; ++at) {
         filled.processed = static_cast<int>(at);
         const char c = at < text.size() ? text[at] : '\0';
         const auto place = static_cast<int>(at % 4);
@@ -175,17 +182,39 @@ unsigned char getIndex(char c) {
 
 char* tqa::base64Encode(const void* data, std::size_t bytes, char* out) noexcept {
     const auto* in = static_cast<const unsigned char*>(data);
-    for (; bytes >= 3; bytes -= 3, in += 3) {
-        *out++ = kAlphabet[in[0] >> 2];
-        *out++ = kAlphabet[(in[0] << 4 & 63) | in[1] >> 4];
-        *out++ = kAlphabet[(in[1] << 2 & 63) | in[2] >> 6];
-        *out++ = kAlphabet[in[2] & 63];
-    }
-    if (bytes == 0) return out;
-    const unsigned int second = bytes == 2 ? in[1] : 0;
-    *out++ = kAlphabet[in[0] >> 2];
-    *out++ = kAlphabet[(in[0] << 4 & 63) | second >> 4];
-    *out++ = bytes == 2 ? kAlphabet[second << 2 & 63] : '=';
+    const std::size_t whole = bytes / 3;
+    bestBase64Form().encode(in, whole, out);
+    in += 3 * whole;
+    out += 4 * whole;
+    const std::size_t rest = bytes % 3;
+    if (rest == 0) return out;
+    const unsigned int second = rest == 2 ? in[1] : 0;
+    *out++ = kBase64Alphabet[in[0] >> 2];
+    *out++ = kBase64Alphabet[(in[0] << 4 & 63) | second >> 4];
+    *out++ = rest == 2 ? kBase64Alphabet[second << 2 & 63] : '=';
     *out++ = '=';
     return out;
+}
+
+void tqa::base64EncodePlain(const unsigned char* bytes, std::size_t groups, char* text) noexcept {
+    for (; groups > 0; --groups, bytes += 3, text += 4) {
+        text[0] = kBase64Alphabet[bytes[0] >> 2];
+        text[1] = kBase64Alphabet[(bytes[0] << 4 & 63) | bytes[1] >> 4];
+        text[2] = kBase64Alphabet[(bytes[1] << 2 & 63) | bytes[2] >> 6];
+        text[3] = kBase64Alphabet[bytes[2] & 63];
+    }
+}
+
+std::size_t tqa::base64DecodePlain(const char* text, std::size_t groups, char* bytes) noexcept {
+    for (std::size_t done = 0; done < groups; ++done, text += 4, bytes += 3) {
+        const unsigned int i0 = indexOf(text[0]);
+        const unsigned int i1 = indexOf(text[1]);
+        const unsigned int i2 = indexOf(text[2]);
+        const unsigned int i3 = indexOf(text[3]);
+        if ((i0 | i1 | i2 | i3) > 63) return done;
+        bytes[0] = static_cast<char>(i0 << 2 | i1 >> 4);
+        bytes[1] = static_cast<char>(i1 << 4 | i2 >> 2);
+        bytes[2] = static_cast<char>(i2 << 6 | i3);
+    }
+    return groups;
 }
