@@ -150,6 +150,36 @@ TEST_F(LogTest, ALineHasMomentLevelProcessAndThread) {
               found.at("2006.03.07-compat.log"));
 }
 
+TEST_F(LogTest, EachLineHasItsOwnSecondAndMillisecond) {
+    Logger logger(directory_.c_str());
+    constexpr std::time_t kMoment = 1141740309;  // 2006-03-07 14:05:09
+    const timeval moments[] = {{kMoment, 0},
+                               {kMoment, 7999},
+                               {kMoment + 1, 10000},
+                               {kMoment + 1, 123456},
+                               {kMoment, 999999},
+                               {kMoment - 9, 0},
+                               {0, 0},
+                               {kMoment + 60, 1000}};
+    std::va_list unused = {};
+    testing::internal::CaptureStderr();
+    for (const timeval& moment : moments) logger.printAt(moment, 1, "x", unused);
+    testing::internal::GetCapturedStderr();
+    std::string wanted;
+    for (const char* time :
+         {"2006.03.07 14:05:09.000", "2006.03.07 14:05:09.007", "2006.03.07 14:05:10.010",
+          "2006.03.07 14:05:10.123", "2006.03.07 14:05:09.999", "2006.03.07 14:05:00.000",
+          "2006.03.07 14:06:09.001"})
+        wanted += prefixOf(time, "(error) ") + "x\n";
+    auto found = files();
+    EXPECT_EQ(prefixOf("1970.01.01 00:00:00.000", "(error) ") + "x\n",
+              found["1970.01.01-compat.log"]);
+    found.erase("1970.01.01-compat.log");
+    std::string text;
+    for (const auto& [name, content] : found) text += content;
+    EXPECT_EQ(wanted, text);
+}
+
 TEST_F(LogTest, TheClockIsTheSystems) {
     debug_level = 0;
     Logger logger(directory_.c_str());

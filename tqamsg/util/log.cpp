@@ -1,13 +1,18 @@
 #include "tqamsg/util/log.h"
 
+#include "tqamsg/util/process_id.h"
+
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <new>
 #include <pthread.h>
+#include <string_view>
 #include <unistd.h>
 
 int debug_level = -1;
@@ -22,48 +27,130 @@ constexpr std::size_t kLineCapacity = 4224;
 // What prefix and message may take, the zero byte that ends them included.
 constexpr std::size_t kTextCapacity = 4212;
 
-constexpr char kCutMark[] = "...";
+// The longest prefix and some more.
+constexpr std::size_t kPrefixCapacity = 256;
 
-// Logging must not disturb the errno that the caller is about to report, nor the one that a "%m"
-// in the format is to print.
+constexpr char kCutMark[] = "...\n";
+
+// Logging must not disturb the errno that the caller is about to report.
 class ErrnoKeeper {
   public:
     ErrnoKeeper() = default;
     ErrnoKeeper(const ErrnoKeeper&) = delete;
     ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
-    ~ErrnoKeeper() { restore(); }
-
-    void restore() const { errno = kept_; }
+    ~ErrnoKeeper() { errno = kept_; }
 
   private:
     const int kept_ = errno;
 };
 
-std::size_t formatPrefix(char* line, const std::tm& now, long microseconds, int level) {
-    const int length = std::snprintf(
-        line, kLineCapacity - 1, "T=%4d.%02d.%02d %02d:%02d:%02d.%03d; L=%s; PID=%d; TID=%d; ",
-        now.tm_year + 1900, now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec,
-        static_cast<int>(microseconds / 1000), getLogLevelName(level), getpid(),
-        static_cast<int>(pthread_self()));
-    return static_cast<std::size_t>(length);
+// A second of local time, broken down and as it begins a line.
+struct Second {
+    std::time_t time = 0;
+    std::tm fields = {};
+    char text[64] = {};
+    std::size_t length = 0;
+};
+
+// Each thread keeps its last one: making it costs as much as the rest of a line. Null when the
+// second has no date.
+const Second* secondOf(std::time_t time) {
+    static thread_local constinit Second kept;
+    if (kept.length != 0 && kept.time == time) return &kept;
+    std::tm now;
+    if (localtime_r(&time, &now) == nullptr) return nullptr;
+    kept.time = time;
+    kept.fields = now;
+    kept.length = static_cast<std::size_t>(std::snprintf(
+        kept.text, sizeof kept.text, "T=%4d.%02d.%02d %02d:%02d:%02d.", now.tm_year + 1900,
+        now.tm_mon + 1, now.tm_mday, now.tm_hour, now.tm_min, now.tm_sec));
+    return &kept;
 }
 
-// Appends message and line break to the prefix and returns how many bytes to write.
-[[gnu::format(printf, 3, 0)]] std::size_t formatMessage(char* line, std::size_t prefix,
-                                                        const char* format, std::va_list args) {
-    const std::size_t room = kTextCapacity - prefix;
-    const int length = std::vsnprintf(line + prefix, room, format, args);
-    if (length >= 0 && static_cast<std::size_t>(length) < room) {
-        line[prefix + static_cast<std::size_t>(length)] = '\n';
-        return prefix + static_cast<std::size_t>(length) + 1;
+// What stands before the message in the file.
+class Prefix {
+  public:
+    Prefix(const Second& second, long microseconds, int level) {
+        const int milliseconds = static_cast<int>(microseconds / 1000);
+        add({second.text, second.length});
+        add(milliseconds < 10 ? "00" : milliseconds < 100 ? "0" : "");
+        add(milliseconds);
+        add("; L=");
+        add(getLogLevelName(level));
+        add("; PID=");
+        add(tqa::processId());
+        add("; TID=");
+        add(static_cast<int>(pthread_self()));
+        add("; ");
     }
-    // What a failed formatter leaves behind is undefined.
-    if (length < 0) std::memset(line + prefix, 0, kLineCapacity - prefix);
-    std::strcat(line, kCutMark);
-    std::strcat(line, "\n");
-    // Kept: the count takes the room for full although its last byte was the terminator, so a cut
-    // line is written with the zero byte that follows its line break.
-    return kTextCapacity + std::strlen(kCutMark) + 1;
+
+    std::string_view text() const { return {text_, length_}; }
+
+  private:
+    void add(std::string_view part) { length_ += part.copy(text_ + length_, part.size()); }
+    void add(int number) {
+        char* const end = std::to_chars(text_ + length_, std::end(text_), number).ptr;
+        length_ = static_cast<std::size_t>(end - text_);
+    }
+
+    char text_[kPrefixCapacity];
+    std::size_t length_ = 0;
+};
+
+// A message, formatted once, with room before it for what each destination puts there.
+class Line {
+  public:
+    [[gnu::format(printf, 2, 0)]] Line(const char* format, std::va_list args)
+        : length_(std::vsnprintf(message(), kLineCapacity, format, args)) {}
+
+    // Whether the message and a line break have room.
+    bool isWhole() const { return length_ >= 0 && length() + 1 < kLineCapacity; }
+
+    // The whole line behind a prefix. It lasts until the next one is asked for.
+    std::string_view behind(std::string_view prefix) {
+        message()[length()] = '\n';
+        return {put(prefix), prefix.size() + length() + 1};
+    }
+
+    // The line as the file takes it.
+    std::string_view cutBehind(std::string_view prefix) {
+        const std::size_t room = kTextCapacity - prefix.size();
+        if (isWhole() && length() < room) return behind(prefix);
+        // What a failed formatter leaves behind is undefined.
+        if (length_ < 0) std::memset(message(), 0, kLineCapacity);
+        std::memcpy(message() + (length_ < 0 ? 0 : room - 1), kCutMark, sizeof kCutMark);
+        // Kept: the count takes the room for full although its last byte was the terminator, so a
+        // cut line is written with the zero byte that follows its line break.
+        return {put(prefix), kTextCapacity + std::strlen(kCutMark)};
+    }
+
+  private:
+    char* message() { return text_ + kPrefixCapacity; }
+    std::size_t length() const { return static_cast<std::size_t>(length_); }
+    const char* put(std::string_view prefix) {
+        char* const start = message() - prefix.size();
+        prefix.copy(start, prefix.size());
+        return start;
+    }
+
+    char text_[kPrefixCapacity + kLineCapacity];
+    int length_;  // of the whole message, negative when it could not be formatted
+};
+
+// Format and arguments serve again for a message without room.
+[[gnu::format(printf, 3, 0)]] void echo(Line& line, int level, const char* format,
+                                        std::va_list args) {
+    const char* const name = getLogLevelName(level);
+    const TQALockGuard guard(commonOutLock);
+    if (line.isWhole()) {
+        const std::string_view text = line.behind(name);
+        std::fwrite(text.data(), 1, text.size(), stderr);
+    } else {
+        std::fputs(name, stderr);
+        std::vfprintf(stderr, format, args);
+        std::fputc('\n', stderr);
+    }
+    std::fflush(stderr);
 }
 
 }  // namespace
@@ -75,25 +162,10 @@ const char* getLogLevelName(int level) {
 
 void vdebug_print(int level, const char* format, std::va_list args) {
     if (format == nullptr) return;
-    char line[kLineCapacity];
-    const char* const name = getLogLevelName(level);
-    const std::size_t prefix = std::strlen(name);
-    std::memcpy(line, name, prefix);
     std::va_list again;
     va_copy(again, args);
-    const int length = std::vsnprintf(line + prefix, kLineCapacity - prefix, format, args);
-    const std::size_t end = prefix + static_cast<std::size_t>(length);
-
-    const TQALockGuard guard(commonOutLock);
-    if (length >= 0 && end < kLineCapacity) {
-        line[end] = '\n';
-        std::fwrite(line, 1, end + 1, stderr);
-    } else {
-        std::fputs(name, stderr);
-        std::vfprintf(stderr, format, again);
-        std::fputc('\n', stderr);
-    }
-    std::fflush(stderr);
+    Line line(format, args);
+    echo(line, level, format, again);
     va_end(again);
 }
 
@@ -110,22 +182,21 @@ void Logger::print(int level, const char* format, std::va_list args) {
 void Logger::printAt(const timeval& moment, int level, const char* format, std::va_list args) {
     if (format == nullptr) return;
     const ErrnoKeeper callersErrno;
-    std::va_list echoed;
-    va_copy(echoed, args);
+    std::va_list again;
+    va_copy(again, args);
+    Line line(format, args);
     // Kept: the echo carries the name of the verbosity, not that of the line's own level.
-    vdebug_print(debug_level, format, echoed);
-    va_end(echoed);
+    echo(line, debug_level, format, again);
+    va_end(again);
 
-    std::tm now;
-    if (localtime_r(&moment.tv_sec, &now) == nullptr) return;
-    const int file = openFileOf(now);
+    const Second* const second = secondOf(moment.tv_sec);
+    if (second == nullptr) return;
+    const int file = openFileOf(second->fields);
     if (file < 0) return;
-    char line[kLineCapacity];
-    const std::size_t prefix = formatPrefix(line, now, moment.tv_usec, level);
-    callersErrno.restore();
-    const std::size_t length = formatMessage(line, prefix, format, args);
+    const Prefix prefix(*second, moment.tv_usec, level);
+    const std::string_view text = line.cutBehind(prefix.text());
     // One write only: a second one for the rest could land inside another process's line.
-    [[maybe_unused]] const ssize_t written = write(file, line, length);
+    [[maybe_unused]] const ssize_t written = write(file, text.data(), text.size());
     close(file);
 }
 

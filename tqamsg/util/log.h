@@ -49,7 +49,7 @@ class TQA_API Logger {
     // 4211 characters: a longer message is cut and "..." added.
     [[gnu::format(printf, 3, 0)]] void print(int level, const char* format, std::va_list args);
 
-    // print() as of a given moment.
+    // print() as of a given moment. A change of the time zone shows from the next second on.
     [[gnu::format(printf, 4, 0)]] void printAt(const timeval& moment, int level, const char* format,
                                                std::va_list args);
 
