@@ -1,8 +1,10 @@
 #include "tqamsg/soap/ignore_case.h"
 
 #include <cctype>
+#include <memory>
 #include <random>
 #include <string>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -103,6 +105,25 @@ TEST(IgnoreCaseTest, LongTextsAndNeedlesAreSearchedTheSame) {
         ASSERT_EQ(noCase(text).find(noCase(needle), from), findIgnoreCase(text, needle, from))
             << start << " " << needle.size() << " " << from;
     }
+}
+
+// The text stands in an allocation of exactly its size, so that a read beyond it is seen.
+TEST(IgnoreCaseTest, EveryPlaceOfATextIsSearched) {
+    const std::string_view needle = "<aB@{z0-:Header>x<aB@{z0-:Header>y";
+    for (std::size_t length = 1; length <= needle.size(); ++length)
+        for (std::size_t size = length; size < 150; ++size) {
+            const std::string_view wanted = needle.substr(0, length);
+            const auto exact = std::make_unique<char[]>(size);
+            const std::string_view text(exact.get(), size);
+            for (std::size_t at = 0; at + length <= size; at += 1 + at % 7) {
+                // Bytes that differ from those of the needle in the bit of the case only.
+                for (std::size_t i = 0; i < size; ++i) exact[i] = "`[\x1a\x10"[i % 4];
+                toUpper(noCase(std::string(wanted))).copy(exact.get() + at, length);
+                ASSERT_EQ(at, findIgnoreCase(text, wanted)) << length << " in " << size;
+                ASSERT_EQ(at, findIgnoreCase(text, wanted, at)) << length << " in " << size;
+                ASSERT_EQ(npos, findIgnoreCase(text, wanted, at + 1)) << length << " in " << size;
+            }
+        }
 }
 
 TEST(IgnoreCaseTest, AnEmptyNeedleIsFoundUpToTheEnd) {

@@ -125,6 +125,31 @@ TEST(RemoveNamespacesTest, GivesWhatErasingOneByOneGives) {
     }
 }
 
+// Texts are gone through in pieces; nothing must depend on where one ends.
+TEST(RemoveNamespacesTest, DeclarationsOfLongTextsAreFoundWhereverTheyStand) {
+    for (const std::size_t around : {std::size_t{16} << 10, std::size_t{32} << 10})
+        for (std::size_t at = around - 40; at < around + 20; ++at) {
+            const std::string front(at, 'x');
+            const std::string back(40000, ' ');
+            ASSERT_EQ(front + ">" + back, without(front + R"( xmlns:a="b">)" + back)) << at;
+            ASSERT_EQ(front + "=" + back, without(front + " xmlns=" + back)) << at;
+            ASSERT_EQ(front + " xmln" + back, without(front + " xmln" + back)) << at;
+        }
+    const std::string longValue(100000, 'v');
+    EXPECT_EQ("<a b>", without("<a xmlns=\"" + longValue + "\" b>"));
+    EXPECT_EQ("<a", without("<a xmlns=\"" + longValue));
+}
+
+TEST(RemoveNamespacesTest, ACopyLeavesTheTextAsItIs) {
+    const std::string text = R"(<a xmlns="u" id="5"><b xmlns:c="v"/></a>)";
+    const std::string before = text;
+    std::string copy(text.size(), '#');
+    char* const end = tqa::copyWithoutNamespaces(text, copy.data());
+    EXPECT_EQ(R"(<a id="5"><b/></a>)", std::string(copy.data(), end));
+    EXPECT_EQ('#', *end);
+    EXPECT_EQ(before, text);
+}
+
 TEST(RemoveNamespacesTest, ManyDeclarationsAreOnePass) {
     std::string closed;
     std::string unquoted;

@@ -2,6 +2,7 @@
 #include "tqamsg/msg/message.h"
 #include "tqamsg/msg/message_factory.h"
 #include "tqamsg/soap/converter.h"
+#include "tqamsg/util/c_text.h"
 
 #include "tests/support/gateway.h"
 
@@ -389,6 +390,37 @@ TEST_F(ConverterTest, SubclassesMayReplaceTheSteps) {
     own.body = "not called";
     EXPECT_EQ(-1, own.soapToTqamsg(text.c_str(), **message));
     EXPECT_EQ("not called", own.body);
+}
+
+// Message and fault of one conversion.
+std::string outcomeOf(TQASoapConverter& converter, const std::string& text) {
+    const auto_destroy<TQAMessage> message(TQAMsgFactory::createNew());
+    const int status = converter.soapToTqamsg(text.c_str(), **message);
+    const tqa::CText printed(message->toText(nullptr, true, ""));
+    std::string outcome = std::to_string(status) + (printed ? printed.get() : "");
+    if (converter.getFault() != nullptr) outcome += converter.getFault()->reason;
+    return outcome;
+}
+
+// They get their texts in copies, the converter itself does not.
+TEST(ConverterTexts, SubclassesThatReplaceNothingConvertAlike) {
+    struct Own : TQASoapConverter {
+    } own;
+    TQASoapConverter plain;
+    const std::string text =
+        request("<!--a--><m:start><veid xmlns=\"w\">5</veid></m:start>",
+                "<packet_header xmlns=\"u\" id=\"1\"><origin xmlns:m=\"u/4.0.0/vem\">x</origin>"
+                "</packet_header>");
+    EXPECT_EQ('0', outcomeOf(plain, text)[0]);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string prefix = text.substr(0, i);
+        ASSERT_EQ(outcomeOf(plain, prefix), outcomeOf(own, prefix)) << i;
+        for (const char damage : {'<', '>', '"', '/', ' ', 'x'}) {
+            std::string damaged = text;
+            damaged[i] = damage;
+            ASSERT_EQ(outcomeOf(plain, damaged), outcomeOf(own, damaged)) << i << damage;
+        }
+    }
 }
 
 TEST(RequestTest, LargeRequestsAreOnePassPerStep) {

@@ -24,6 +24,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 class TQA_API TQASoapConverter {
   public:
@@ -78,4 +79,9 @@ class TQA_API TQASoapConverter {
     int failIn(SoapVersion version, TQASoapFault::Code code, const char* reason);
 
     std::unique_ptr<TQASoapConvertContext> context;
+
+  private:
+    // The two steps on texts that need not be terminated.
+    int readHeader(std::string_view header, TQAMessage& msg);
+    int readBody(std::string_view body, TQAMessage& msg);
 };

@@ -5,7 +5,6 @@
 #include "tqamsg/util/c_text.h"
 
 #include <memory>
-#include <string_view>
 
 namespace {
 
@@ -38,35 +37,37 @@ std::string_view findBody(std::string_view text, std::string_view prefix, std::s
     return end == npos ? std::string_view() : text.substr(start, end + endTag.size() + 1 - start);
 }
 
-std::unique_ptr<TQASoapEnvelope> parse(std::string_view text) {
+}  // namespace
+
+std::optional<tqa::EnvelopeParts> tqa::findEnvelope(std::string_view text) {
     const std::size_t word = findIgnoreCase(text, ":envelope ");
     const std::size_t tag = word == npos ? npos : text.rfind('<', word);
-    if (tag == npos) return nullptr;
+    if (tag == npos) return std::nullopt;
     const std::string_view prefix = text.substr(tag + 1, word - tag - 1);
 
     // Kept: an attribute whose name merely starts like the declaration is taken for it.
     const std::size_t declaration = findIgnoreCase(text, tagOf("xmlns:", prefix, ""), tag + 1);
-    const auto uri = tqa::findQuoted(text, declaration);
-    if (!uri) return nullptr;
+    const auto uri = findQuoted(text, declaration);
+    if (!uri) return std::nullopt;
 
     std::size_t at = uri->begin;
     const std::string_view header = findHeader(text, prefix, at);
     const std::string_view body = findBody(text, prefix, at);
-    if (body.empty()) return nullptr;
-    auto envelope = std::make_unique<TQASoapEnvelope>(std::string(uri->of(text)));
-    envelope->header = header;
-    envelope->body = body;
-    return envelope;
+    if (body.empty()) return std::nullopt;
+    return EnvelopeParts{uri->of(text), header, body};
 }
-
-}  // namespace
 
 TQASoapEnvelope::TQASoapEnvelope(const std::string& namespaceUri) : uri(namespaceUri) {}
 
 TQASoapEnvelope::~TQASoapEnvelope() = default;
 
 TQASoapEnvelope* TQASoapEnvelope::fromText(const char* text) {
-    return text == nullptr ? nullptr : parse(text).release();
+    const auto parts = text == nullptr ? std::nullopt : tqa::findEnvelope(text);
+    if (!parts) return nullptr;
+    auto envelope = std::make_unique<TQASoapEnvelope>(std::string(parts->uri));
+    envelope->header = parts->header;
+    envelope->body = parts->body;
+    return envelope.release();
 }
 
 char* TQASoapEnvelope::toText() {

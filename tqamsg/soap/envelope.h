@@ -12,7 +12,9 @@
 
 #include "tqamsg/export.h"
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 class TQA_API TQASoapEnvelope {
   public:
@@ -42,3 +44,17 @@ class TQA_API TQASoapEnvelope {
     std::string header;
     std::string body;
 };
+
+namespace tqa {
+
+// What TQASoapEnvelope::fromText() takes from a text, where it stands in the text.
+struct EnvelopeParts {
+    std::string_view uri;
+    std::string_view header;
+    std::string_view body;
+};
+
+// Nothing when the text is no envelope.
+std::optional<EnvelopeParts> findEnvelope(std::string_view text);
+
+}  // namespace tqa

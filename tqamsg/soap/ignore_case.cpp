@@ -1,9 +1,14 @@
 #include "tqamsg/soap/ignore_case.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <utility>
 #include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -11,39 +16,84 @@ using tqa::IgnoreCaseString;
 
 constexpr std::size_t npos = std::string_view::npos;
 
-// The position of the first `c` in [from, to), else `to`.
-std::size_t findByte(std::string_view text, char c, std::size_t from, std::size_t to) {
-    const void* const hit = std::memchr(text.data() + from, c, to - from);
-    return hit == nullptr ? to
-                          : static_cast<std::size_t>(static_cast<const char*>(hit) - text.data());
+bool matchesAt(std::string_view text, std::size_t at, std::string_view needle) {
+    return ignorecase_traits::compare(text.data() + at, needle.data(), needle.size()) == 0;
 }
 
-// The position of the first `letter`, in either case, in [from, to), else `to`. It goes block by
-// block, so that a case which does not occur is never looked for in all of the text.
-std::size_t findLetter(std::string_view text, char letter, std::size_t from, std::size_t to) {
-    constexpr std::size_t kBlock = 256;
-    const char lower = tqa::toLowerCase(letter);
-    const char upper = tqa::toUpperCase(letter);
-    if (lower == upper) return findByte(text, letter, from, to);
-    while (from < to) {
-        const std::size_t end = to - from > kBlock ? from + kBlock : to;
-        const std::size_t hit = findByte(text, upper, from, findByte(text, lower, from, end));
-        if (hit < end) return hit;
-        from = end;
-    }
-    return to;
-}
-
-std::size_t findShort(std::string_view text, std::string_view needle, std::size_t from) {
-    const std::size_t end = text.size() - needle.size() + 1;
-    for (std::size_t at = from; at < end; ++at) {
-        at = findLetter(text, needle[0], at, end);
-        if (at < end && ignorecase_traits::compare(text.data() + at + 1, needle.data() + 1,
-                                                   needle.size() - 1) == 0)
-            return at;
-    }
+std::size_t findEachPlace(std::string_view text, std::string_view needle, std::size_t from) {
+    for (std::size_t at = from; text.size() - at >= needle.size(); ++at)
+        if (matchesAt(text, at, needle)) return at;
     return npos;
 }
+
+#if defined(__SSE2__)
+
+// Looks for a character, in either case, in sixteen places at once.
+class CharacterFilter {
+  public:
+    explicit CharacterFilter(char c)
+        : fold_(_mm_set1_epi8(tqa::toLowerCase(c) == tqa::toUpperCase(c) ? 0 : 'a' - 'A')),
+          folded_(_mm_set1_epi8(tqa::toLowerCase(c))) {}
+
+    __m128i in(const char* at) const {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+        return _mm_cmpeq_epi8(_mm_or_si128(block, fold_), folded_);
+    }
+
+  private:
+    __m128i fold_;    // the bit in which the two cases of a letter differ
+    __m128i folded_;  // what both give with it
+};
+
+// The places where first and last character of a needle match.
+class CandidateFilter {
+  public:
+    static constexpr std::size_t kBlock = 16;
+
+    explicit CandidateFilter(std::string_view needle)
+        : first_(needle.front()), last_(needle.back()), toLast_(needle.size() - 1) {}
+
+    __m128i in(const char* at) const {
+        return _mm_and_si128(first_.in(at), last_.in(at + toLast_));
+    }
+
+    // Whether four blocks hold none.
+    bool absentFrom4(const char* at) const {
+        const __m128i front = _mm_or_si128(in(at), in(at + kBlock));
+        const __m128i back = _mm_or_si128(in(at + 2 * kBlock), in(at + 3 * kBlock));
+        return _mm_movemask_epi8(_mm_or_si128(front, back)) == 0;
+    }
+
+  private:
+    CharacterFilter first_;
+    CharacterFilter last_;
+    std::size_t toLast_;
+};
+
+std::size_t findShort(std::string_view text, std::string_view needle, std::size_t from) {
+    constexpr std::size_t kBlock = CandidateFilter::kBlock;
+    const std::size_t end = text.size() - needle.size() + 1;
+    if (end - from < kBlock) return findEachPlace(text, needle, from);
+    const CandidateFilter candidates(needle);
+    for (std::size_t at = from;; at = std::min(at + kBlock, end - kBlock)) {
+        while (end - at > 4 * kBlock && candidates.absentFrom4(text.data() + at)) at += 4 * kBlock;
+        at = std::min(at, end - kBlock);
+        auto places = static_cast<unsigned>(_mm_movemask_epi8(candidates.in(text.data() + at)));
+        for (; places != 0; places &= places - 1) {
+            const std::size_t hit = at + static_cast<std::size_t>(std::countr_zero(places));
+            if (matchesAt(text, hit, needle)) return hit;
+        }
+        if (at == end - kBlock) return npos;
+    }
+}
+
+#else
+
+std::size_t findShort(std::string_view text, std::string_view needle, std::size_t from) {
+    return findEachPlace(text, needle, from);
+}
+
+#endif
 
 // For each prefix of the needle the length of its longest proper border (Knuth, Morris, Pratt).
 std::vector<std::size_t> bordersOf(std::string_view needle) {

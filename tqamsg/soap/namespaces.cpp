@@ -53,32 +53,43 @@ std::string TQASoapConverter::getTQAWsdlURI(int version) {
 
 namespace {
 
+constexpr std::size_t npos = std::string_view::npos;
+
 constexpr std::string_view kDeclaration = " xmlns";
 
 // The position behind the declaration at `at`: behind its value, or the end of the text when the
-// value is not closed, or just behind the word when no quote follows.
-std::size_t endOfDeclaration(std::string_view text, std::size_t at, std::size_t lastQuote) {
-    if (lastQuote == std::string_view::npos || lastQuote < at) return at + kDeclaration.size();
+// value is not closed, or just behind the word when no quote follows, and then none ever will.
+std::size_t endOfDeclaration(std::string_view text, std::size_t at, bool& quotesFollow) {
+    quotesFollow = quotesFollow && text.find('"', at) != npos;
+    if (!quotesFollow) return at + kDeclaration.size();
     const auto value = tqa::findQuoted(text, at);
     return value ? value->end + 1 : text.size();
 }
 
 }  // namespace
 
-// Works in place: what stays is moved down behind what stayed before it. A declaration that comes
-// to stand where another one was erased was one before, so looking at the rest of the text only
-// finds the same ones as starting over would.
-int TQASoapConverter::removeNamespaces(tqa::IgnoreCaseString& text) {
-    const std::string_view view(text.data(), text.size());
-    const std::size_t lastQuote = view.rfind('"');
-    std::size_t kept = 0;
-    for (std::size_t read = 0; read < view.size();) {
-        const std::size_t hit =
-            std::min(tqa::findIgnoreCase(view, kDeclaration, read), view.size());
-        std::memmove(text.data() + kept, text.data() + read, hit - read);
-        kept += hit - read;
-        read = hit == view.size() ? hit : endOfDeclaration(view, hit, lastQuote);
+// A declaration that comes to stand where another one was erased was one before, so looking at the
+// rest of the text only finds the same ones as starting over would. A long text is searched and
+// copied piece by piece, so that the copy finds in the cache what was searched.
+char* tqa::copyWithoutNamespaces(std::string_view text, char* out) {
+    constexpr std::size_t kPiece = std::size_t{16} << 10;
+    bool quotesFollow = true;
+    for (std::size_t read = 0; read < text.size();) {
+        const bool isLast = text.size() - read <= kPiece;
+        const std::string_view piece = text.substr(0, isLast ? text.size() : read + kPiece);
+        const std::size_t hit = findIgnoreCase(piece, kDeclaration, read);
+        // A declaration may begin where a piece ends.
+        const std::size_t end =
+            hit != npos ? hit : piece.size() - (isLast ? 0 : kDeclaration.size());
+        if (out != text.data() + read) std::memmove(out, text.data() + read, end - read);
+        out += end - read;
+        read = hit == npos ? end : endOfDeclaration(text, hit, quotesFollow);
     }
-    text.resize(kept);
+    return out;
+}
+
+int TQASoapConverter::removeNamespaces(tqa::IgnoreCaseString& text) {
+    const char* const end = tqa::copyWithoutNamespaces({text.data(), text.size()}, text.data());
+    text.resize(static_cast<std::size_t>(end - text.data()));
     return static_cast<int>(tqa::IgnoreCaseString::npos);
 }

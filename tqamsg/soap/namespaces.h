@@ -60,4 +60,8 @@ struct QuotedValue {
 // The first value in double quotes whose opening quote stands at or after `from`, if it is closed.
 std::optional<QuotedValue> findQuoted(std::string_view text, std::size_t from) noexcept;
 
+// TQASoapConverter::removeNamespaces() from a text to a place with room for all of it, which may be
+// the text's own. Returns the end of what was written.
+char* copyWithoutNamespaces(std::string_view text, char* out);
+
 }  // namespace tqa

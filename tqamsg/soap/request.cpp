@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 
 namespace {
 
@@ -154,8 +155,8 @@ bool putText(TQAMessageIterator& it, const char* name, const std::string& value,
 
 // Adds target, cookie and data to the packet.
 bool addOperation(const Operation& operation, TQAMessage& msg) {
-    IgnoreCaseString element(operation.element.data(), operation.element.size());
-    TQASoapConverter::removeNamespaces(element);
+    const auto element = std::make_unique_for_overwrite<char[]>(operation.element.size() + 1);
+    *tqa::copyWithoutNamespaces(operation.element, element.get()) = '\0';
 
     const std::unique_ptr<TQAMessageIterator> it(msg.newIterator());
     if (!it) return false;
@@ -166,7 +167,7 @@ bool addOperation(const Operation& operation, TQAMessage& msg) {
         return false;
     // Kept: an operator whose name is no word gets no element; its operation stands in "data".
     it->newChild(operation.operatorName, "");
-    return it->fromTextToChild(element.data()) >= 0;
+    return it->fromTextToChild(element.get()) >= 0;
 }
 
 }  // namespace
@@ -174,16 +175,27 @@ bool addOperation(const Operation& operation, TQAMessage& msg) {
 int TQASoapConverter::soapToTqamsg(const char* soap, TQAMessage& msg) {
     context->init();
     if (soap != nullptr) context->setMessage(soap);
-    const std::unique_ptr<TQASoapEnvelope> envelope(TQASoapEnvelope::fromText(soap));
+    const auto envelope = tqa::findEnvelope(context->viewMessage());
     const auto version = envelope ? tqa::soapVersionOf(envelope->uri) : std::nullopt;
     if (!version) return fail(TQASoapFault::VersionMismatch, kVersionMismatch);
     context->setSoapVersion(*version);
-    if (convertHeader(envelope->header.c_str(), msg) != 0) return -1;
-    return convertBody(envelope->body.c_str(), msg) == 0 ? 0 : -1;
+    // A body can be most of a large request: only subclasses, which may have replaced the steps,
+    // get copies with a terminator.
+    if (typeid(*this) == typeid(TQASoapConverter))
+        return readHeader(envelope->header, msg) == 0 ? readBody(envelope->body, msg) : -1;
+    if (convertHeader(std::string(envelope->header).c_str(), msg) != 0) return -1;
+    return convertBody(std::string(envelope->body).c_str(), msg) == 0 ? 0 : -1;
 }
 
 int TQASoapConverter::convertHeader(const char* header, TQAMessage& msg) {
-    const std::string_view text = header == nullptr ? "" : header;
+    return readHeader(header == nullptr ? "" : header, msg);
+}
+
+int TQASoapConverter::convertBody(const char* body, TQAMessage& msg) {
+    return readBody(body == nullptr ? "" : body, msg);
+}
+
+int TQASoapConverter::readHeader(std::string_view text, TQAMessage& msg) {
     const std::size_t start = findIgnoreCase(text, "<packet_header");
     if (start == npos) {
         msg.create("packet");
@@ -210,10 +222,9 @@ int TQASoapConverter::convertHeader(const char* header, TQAMessage& msg) {
     return 0;
 }
 
-int TQASoapConverter::convertBody(const char* body, TQAMessage& msg) {
+int TQASoapConverter::readBody(std::string_view body, TQAMessage& msg) {
     Operation operation;
-    if (const char* reason =
-            readOperation(body == nullptr ? "" : body, context->viewMessage(), operation))
+    if (const char* reason = readOperation(body, context->viewMessage(), operation))
         return fail(TQASoapFault::Client, reason);
     if (!addOperation(operation, msg)) return fail(TQASoapFault::Client, kUnreadableBody);
     if (operation.version.empty()) return 0;
