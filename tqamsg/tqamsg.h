@@ -12,6 +12,7 @@
 #include "tqamsg/binary/binary_iterator.h"
 #include "tqamsg/binary/factory.h"
 #include "tqamsg/binary/layout.h"
+#include "tqamsg/binary/verify.h"
 #include "tqamsg/host/id_range_array.h"
 #include "tqamsg/host/lock.h"
 #include "tqamsg/host/log_path.h"
