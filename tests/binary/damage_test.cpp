@@ -3,15 +3,13 @@
 // can be read, printed, changed and sent on like any other message. The sanitizers see what is
 // read.
 
-#include "tqamsg/msg/auto_destroy.h"
-#include "tqamsg/util/c_text.h"
 #include "tqamsg/vocabulary/word_ids.h"
 
 #include "tests/support/golden.h"
 #include "tests/support/guarded_text.h"
 #include "tests/support/messages.h"
+#include "tests/support/usage.h"
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,205 +22,25 @@ using namespace std::string_literals;
 using tqa::Kind;
 using tqa_test::bytes;
 using tqa_test::container;
-using tqa_test::copyOf;
 using tqa_test::Cursor;
 using tqa_test::cursor;
 using tqa_test::element;
 using tqa_test::emptyMessage;
 using tqa_test::intElement;
+using tqa_test::kChanges;
 using tqa_test::Message;
 using tqa_test::message;
 using tqa_test::stringElement;
 using tqa_test::text;
+using tqa_test::useEverything;
+using tqa_test::walk;
 
-// --- one of everything --------------------------------------------------------------------------
-
-// Reads the element on which the iterator stands, or its child with this id, in every way.
-void readIn(TQABinaryIterator& at, int id) {
-    std::string text;
-    int number = 0;
-    bool flag = false;
-    long long big = 0;
-    double real = 0;
-    long time = 0;
-    IDRangeArray ids;
-    // Some readers stay on the child when they fail, so each has an iterator of its own.
-    TQABinaryIterator(&at).getValue(&text, id);
-    TQABinaryIterator(&at).getValue(&number, id);
-    TQABinaryIterator(&at).getValue(&flag, id);
-    TQABinaryIterator(&at).getValueLongLong(&big, id);
-    TQABinaryIterator(&at).getValueDouble(&real, id);
-    TQABinaryIterator(&at).getValueTime(&time, id);
-    TQABinaryIterator(&at).getValueBase64(&text, id);
-    TQABinaryIterator(&at).getValueXML(&text, id);
-    TQABinaryIterator(&at).getAttr(&text, id);
-    TQABinaryIterator(&at).getVEList(ids, false);
-}
-
-// Goes to the next element of the message in the order of the bytes; false behind the last one.
-bool advance(TQABinaryIterator& it, int* depth) {
-    if (it.firstChild() == 0) {
-        ++*depth;
-        return true;
-    }
-    for (; *depth > 0; --*depth) {
-        if (it.nextSibling() == 0) return true;
-        it.seekUp();
-    }
-    return false;
-}
-
-// How many elements a walk meets; each is read in every way.
-int walk(const Message& m) {
-    const Cursor it = cursor(m);
-    int depth = 0;
-    int count = 0;
-    do {
-        ++count;
-        it->curName();
-        for (const int id : {0, tqa::Attr_id + 0, tqa::Tag_veid + 0}) readIn(*it, id);
-    } while (advance(*it, &depth));
-    return count;
-}
-
-void askEverything(TQABinary& m) {
-    std::string text;
-    int number = 0;
-    long time = 0;
-    m.getVersion(&number);
-    m.getTime(&time);
-    m.getProgress(&number);
-    m.getID(&text);
-    m.getPriority(&number);
-    m.getOrigin();
-    m.getSession(&text);
-    m.auth.checkAccess(5);
-    m.auth.checkAccess(1, 10);
-    m.auth.getAccessList();
-    const auto_destroy<TQAMessage> reply(m.genReply("vem"));
-    EXPECT_NE(*reply, nullptr);
-}
-
-// What was exported must load, and be the same.
-void expectTravels(const Message& m) {
-    const std::string exported = bytes(m);
-    if (exported.empty()) return;
-    const Message arrived = tqa_test::load(exported);
-    EXPECT_EQ(bytes(arrived), exported);
-    EXPECT_EQ(text(arrived), text(m));
-}
-
-void print(const Message& m) {
-    text(m);
-    const tqa::CText withNamespaces(m->toText(nullptr, true, "urn:"));
-    const Cursor it = cursor(m);
-    for (int status = it->firstChild(); status == 0; status = it->nextSibling()) {
-        EXPECT_EQ(text(tqa_test::load(bytes(it))), text(it));
-    }
-}
-
-void change(TQABinaryIterator& at, int how) {
-    std::string xml = "<vem><veid>1</veid><zz/></vem>";
-    switch (how) {
-        case 0:
-            at.putValue(7, 0);
-            break;
-        case 1:
-            at.putValue("text", tqa::Tag_veid);
-            break;
-        case 2:
-            at.newChild(tqa::Tag_data, tqa::Ns_types);
-            at.putValueLongLong(9, 0);
-            break;
-        case 3:
-            at.deleteFromChild();
-            break;
-        case 4:
-            at.putValueXML("<veid>1</veid>", 0);
-            break;
-        case 5:
-            at.fromTextToChild(xml.data());
-            break;
-        case 6:
-            at.parseUnknown();
-            break;
-        default:
-            at.putVE(5, "veid", true);
-    }
-}
-
-constexpr int kChanges = 8;
-
-// An iterator on the element that `steps` steps from the root lead to, or the last one.
-Cursor cursorAfter(const Message& m, int steps) {
-    Cursor it = cursor(m);
-    int depth = 0;
-    while (steps-- > 0 && advance(*it, &depth)) {
-    }
-    return it;
-}
-
-// Changes a copy at each element, the first one as `first` says; then once more through an iterator
-// that saw nothing of it and may stand in the middle of a value by now.
-void changeEverywhere(const Message& m, int first) {
-    const int count = walk(m);
-    for (int i = 0; i < count; ++i) {
-        const Message changed = copyOf(m);
-        const Cursor late = cursorAfter(changed, (i + first) % count);
-        change(*cursorAfter(changed, i), (first + i) % kChanges);
-        expectTravels(changed);
-        readIn(*late, 0);
-        late->nextSibling();
-        change(*late, (first + i / kChanges) % kChanges);
-        expectTravels(changed);
-    }
-}
-
-void expand(const Message& m) {
-    for (const std::uint32_t flags : {1U, 3U}) {
-        const Message copy = tqa_test::load(bytes(m));
-        TQABinaryIterator::Policy = flags;
-        walk(copy);
-        TQABinaryIterator::Policy = 0;
-        expectTravels(copy);
-    }
-}
-
-// Appended below an element that has others behind it, from a block that ends with the bytes.
-void append(const Message& m) {
-    const tqa_test::Block exact(bytes(m));
-    const Message other = tqa_test::parse("<packet><data/><vem/></packet>");
-    const Cursor it = tqa_test::cursorAt(other, "data");
-    EXPECT_EQ(it->encodeToChild(exact.data(), exact.size()), 0);
-    expectTravels(other);
-    EXPECT_EQ(it->nextSibling(), 0);
-    EXPECT_EQ(text(it), "<vem/>\n");
-}
-
-void useEverything(const Message& m, int variation) {
-    if (bytes(m).empty()) return;
-    EXPECT_LE(walk(m), static_cast<int>(bytes(m).size()) / tqa::kEmptyElementSize);
-    print(m);
-    expectTravels(m);
-    append(m);
-    expand(m);
-    changeEverywhere(m, variation);
-    askEverything(*m);
-}
-
-// Loads bytes, or reads text, of a block that ends with them; uses what came of it. A read that
-// fails leaves something too.
 void loadAndUse(const std::string& encoded, int variation) {
-    const tqa_test::Block exact(encoded);
-    const Message m = emptyMessage();
-    if (m->encode(exact.data(), exact.size(), nullptr) == 0) useEverything(m, variation);
+    if (const Message m = tqa_test::tryLoad(encoded)) useEverything(m, variation);
 }
 
 void readAndUse(const std::string& xml, int variation) {
-    const tqa_test::Block exact(xml + '\0');
-    const Message m = emptyMessage();
-    m->fromText(exact.data(), nullptr);
-    useEverything(m, variation);
+    useEverything(tqa_test::tryRead(xml), variation);
 }
 
 // Hands every version of `whole` with one byte changed to `use`: by all values, or by a few.
