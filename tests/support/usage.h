@@ -32,6 +32,8 @@ void expectTravels(const Message& m);
 
 // Changes what the iterator stands on, in one of so many ways.
 inline constexpr int kChanges = 8;
+// Expanding raw children: the one change that a shared content shows to all its messages.
+inline constexpr int kExpansion = 6;
 void change(TQABinaryIterator& at, int how);
 
 // Changes a copy at each element, the first one as `first` says; then once more through an iterator
