@@ -3,6 +3,7 @@
 #include "tqamsg/soap/converter.h"
 #include "tqamsg/soap/envelope.h"
 #include "tqamsg/soap/ignore_case.h"
+#include "tqamsg/util/strings.h"
 
 #include "fuzz/target.h"
 #include "tests/support/messages.h"
@@ -10,6 +11,21 @@
 #include <memory>
 
 #include <gtest/gtest.h>
+
+// What removeNamespaces() leaves, with searches for one spelling in a copy of lower case.
+static std::string plainRemoval(std::string text) {
+    std::string lower = toLower(text);
+    std::size_t at = 0;
+    while ((at = lower.find(" xmlns", at)) != std::string::npos) {
+        const std::size_t open = lower.find('"', at);
+        const std::size_t close = open == std::string::npos ? open : lower.find('"', open + 1);
+        std::size_t end = at + 6;
+        if (open != std::string::npos) end = close == std::string::npos ? text.size() : close + 1;
+        text.erase(at, end - at);
+        lower.erase(at, end - at);
+    }
+    return text;
+}
 
 TQA_TARGET(soap_envelope) {
     const tqa_test::Block soap(std::string(input) + '\0');
@@ -25,8 +41,7 @@ TQA_TARGET(soap_envelope) {
 
     tqa::IgnoreCaseString cleaned(text.c_str());
     EXPECT_EQ(TQASoapConverter::removeNamespaces(cleaned), -1);
-    EXPECT_EQ(cleaned.find(" xmlns"), tqa::IgnoreCaseString::npos);
-    EXPECT_LE(cleaned.size(), text.size());
+    EXPECT_EQ(std::string(cleaned.c_str()), plainRemoval(text));
 
     const std::size_t half = text.size() / 2;
     std::string replaced = text;

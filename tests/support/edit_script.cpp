@@ -275,7 +275,9 @@ class Pair {
 class EditScript::Script {
   public:
     Script(std::function<std::uint32_t()> chance, int maxTextLength)
-        : random_(std::move(chance)), maxText_(maxTextLength) {
+        : random_(std::move(chance)),
+          maxText_(maxTextLength),
+          mostBytes_(100 * static_cast<std::size_t>(maxTextLength)) {
         pairs_.push_back(std::make_unique<Pair>());
     }
 
@@ -289,9 +291,6 @@ class EditScript::Script {
     }
 
   private:
-    // A message that is added to itself doubles: no script is to make more than so many bytes.
-    static constexpr std::size_t kMostBytes = 1 << 16;
-
     std::size_t pick(std::size_t count) { return random_() % count; }
     template <std::size_t N>
     int pick(const int (&from)[N]) {
@@ -399,8 +398,9 @@ class EditScript::Script {
         }
     }
 
+    // A message that is added to itself doubles.
     void graft(Pair& pair, Pair& from) {
-        if (pair.size() + from.size() <= kMostBytes) pair.graft(from);
+        if (pair.size() + from.size() <= mostBytes_) pair.graft(from);
     }
 
     // A raw attribute would print as an element.
@@ -440,6 +440,7 @@ class EditScript::Script {
 
     std::function<std::uint32_t()> random_;
     int maxText_;
+    std::size_t mostBytes_;
     int steps_ = 0;
     std::vector<std::unique_ptr<Pair>> pairs_;
 };
