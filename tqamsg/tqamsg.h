@@ -10,6 +10,7 @@
 
 #include "tqamsg/binary/binary.h"
 #include "tqamsg/binary/binary_iterator.h"
+#include "tqamsg/binary/builder.h"
 #include "tqamsg/binary/factory.h"
 #include "tqamsg/binary/layout.h"
 #include "tqamsg/binary/verify.h"
@@ -34,4 +35,5 @@
 #include "tqamsg/util/number_text.h"
 #include "tqamsg/util/strings.h"
 #include "tqamsg/util/time_text.h"
+#include "tqamsg/vocabulary/name.h"
 #include "tqamsg/vocabulary/vocabulary.h"

@@ -18,6 +18,7 @@ class TQABinaryIterator;
 
 namespace tqa {
 enum class Kind : std::uint16_t;
+class Builder;
 class ElementView;
 }  // namespace tqa
 
@@ -132,6 +133,7 @@ class TQA_API TQABinary : public TQAMessage {
 
   private:
     friend class TQABinaryIterator;
+    friend class tqa::Builder;
 
     // Whether this message's content is its own.
     bool ownsContent() const {

@@ -303,9 +303,14 @@ inline OpenElement readOpenElement(const char* element) noexcept {
             load<std::uint16_t>(element + 6)};
 }
 
+// The kind of an element that has `length` bytes of children and no value.
+constexpr Kind closedKind(int length) {
+    return length > 0 ? Kind::Container : Kind::Untyped;
+}
+
 // The element gets the fields of one that has `length` bytes of children, or of an empty one.
 inline void writeClosedElement(char* element, int length) noexcept {
-    writeKindWord(element, kindWord(length > 0 ? Kind::Container : Kind::Untyped));
+    writeKindWord(element, kindWord(closedKind(length)));
     writeLength(element, length);
     store<std::uint32_t>(element + 12, 0);
 }
@@ -322,6 +327,15 @@ inline void writeValue(char* element, std::uint32_t word, const void* data, int 
     writeKindWord(element, word);
     writeLength(element, length);
     writePayload(element, kindOf(word), data, length);
+}
+
+// Writes every byte of an element that holds a payload of `length` bytes.
+inline void writeElement(char* at, int id, std::uint32_t word, const void* data,
+                         int length) noexcept {
+    store<std::uint32_t>(at + 12, 0);
+    store<std::uint64_t>(at + elementSize(length) - 8, 0);
+    writeElementHeader(at, id, word, length);
+    writePayload(at, kindOf(word), data, length);
 }
 
 }  // namespace tqa

@@ -3,6 +3,7 @@
 #include "tqamsg/binary/binary.h"
 #include "tqamsg/binary/layout.h"
 #include "tqamsg/util/small_stack.h"
+#include "tqamsg/vocabulary/keyed_lookup.h"
 #include "tqamsg/vocabulary/lookup.h"
 
 #include <limits>

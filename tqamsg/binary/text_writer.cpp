@@ -3,6 +3,7 @@
 #include "tqamsg/binary/text_search.h"
 #include "tqamsg/util/base64.h"
 #include "tqamsg/util/number_text.h"
+#include "tqamsg/vocabulary/keyed_lookup.h"
 #include "tqamsg/vocabulary/lookup.h"
 
 #include <algorithm>

@@ -1,7 +1,6 @@
 #include "tqamsg/vocabulary/lookup.h"
 
-#include "tqamsg/vocabulary/word_ids.h"
-#include "tqamsg/vocabulary/word_table.h"
+#include "tqamsg/vocabulary/keyed_lookup.h"
 
 #include <array>
 #include <string_view>
