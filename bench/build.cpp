@@ -1,4 +1,5 @@
-// Building ve_status with an iterator, and messages of any shape step by step.
+// Building ve_status with an iterator and with the builder, and messages of any shape step by step.
+#include "tqamsg/binary/builder.h"
 #include "tqamsg/vocabulary/word_ids.h"
 
 #include "bench/measure.h"
@@ -94,7 +95,72 @@ void buildByName(const VeReply& reply, TQAMessage& message) {
     for (const VeRecord& ve : reply.ves) putVeByName(*it, ve);
 }
 
+// --- with the builder ---------------------------------------------------------------------------
+
+constexpr char kBuilder[] = "builder";
+
+void putVe(tqa::Builder& to, const VeRecord& ve) {
+    to.open(tqa::Tag_ve).put(tqa::Tag_veid, ve.veid);
+    to.open(tqa::Tag_status).put(tqa::Tag_state, ve.state);
+    to.put(tqa::Tag_transition, ve.transition).close();
+    to.open(tqa::Tag_cpu).put(tqa::Tag_user, ve.user);
+    to.put(tqa::Tag_system, ve.system).put(tqa::Tag_idle, ve.idle).close();
+    to.open(tqa::Tag_memory).put(tqa::Tag_used, ve.memoryUsed);
+    to.put(tqa::Tag_total, ve.memoryTotal).close();
+    to.open(tqa::Tag_disk).put(tqa::Tag_diskspace, ve.diskspace);
+    to.put(tqa::Tag_inodes, ve.inodes).close();
+    to.close();
+}
+
+TQAMessage* buildAtOnce(const VeReply& reply) {
+    tqa::Builder to;
+    to.open(tqa::Tag_packet).put(tqa::Attr_version, reply.version).priority(reply.priority);
+    to.id(reply.id).put(tqa::Tag_origin, reply.origin).put(tqa::Tag_target, reply.target);
+    to.put(tqa::Tag_cookie, reply.cookie).open(tqa::Tag_data).open(tqa::Tag_vem);
+    for (const VeRecord& ve : reply.ves) putVe(to, ve);
+    return to.closeAll().finish();
+}
+
+void put(tqa::Builder& to, const Step& step) {
+    switch (step.kind) {
+        case Step::kOpen:
+        case Step::kOpenList:
+            to.open(step.id);
+            break;
+        case Step::kClose:
+            to.close();
+            break;
+        case Step::kInt:
+            to.put(step.id, static_cast<int>(step.number));
+            break;
+        case Step::kLongLong:
+            to.put(step.id, step.number);
+            break;
+        case Step::kText:
+            to.put(step.id, step.text);
+    }
+}
+
+TQAMessage* buildAtOnce(const Workload& work) {
+    tqa::Builder to;
+    for (const Step& step : work.steps) put(to, step);
+    return to.finish();
+}
+
 // --- benchmarks ---------------------------------------------------------------------------------
+
+// The builder makes what the iterator makes, to the byte.
+template <class Source>
+void buildWithBuilder(benchmark::State& state, const Source& source, const Workload& work) {
+    const Message built(buildAtOnce(source));
+    require(*built != nullptr, "nothing is built");
+    require(bytesOf(**built) == bytesOf(work, Form::kTyped), "other bytes are built");
+    state.counters["elements"] = work.elements;
+    measure(state, [&] {
+        const Message message(buildAtOnce(source));
+        benchmark::DoNotOptimize(*message);
+    });
+}
 
 void buildVeStatus(benchmark::State& state, void (*put)(const VeReply&, TQAMessage&)) {
     const VeReply& reply = veReply();
@@ -120,11 +186,17 @@ void buildSteps(benchmark::State& state, const Workload& work) {
 const bool added = [] {
     add("build/id", kOurs, [](auto& state) { buildVeStatus(state, buildById); });
     add("build/name", kOurs, [](auto& state) { buildVeStatus(state, buildByName); });
+    add("build/id", kBuilder, [](auto& state) { buildWithBuilder(state, veReply(), veStatus()); });
     for (const Source& source : kWorkloads) {
+        add(std::string("build/steps/") + source.name, kBuilder,
+            [source](auto& state) { buildWithBuilder(state, source.make(), source.make()); });
         add(std::string("build/steps/") + source.name, kOurs,
             [source](auto& state) { buildSteps(state, source.make()); });
     }
-    return true;
+    return add("shape/deep40000/builder", kOurs, [](auto& state) {
+        const Workload& work = deepOf(kFourTimesDeep);
+        buildWithBuilder(state, work, work);
+    });
 }();
 
 }  // namespace

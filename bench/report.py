@@ -108,6 +108,10 @@ ROWS = [
 
 # Other ways to do the same, and stricter readings of a row: no figure to reach.
 COMPARISONS = [
+    Row("build with the builder", "build/id/builder", "build/id/capnproto"),
+    Row("build with the builder, against an iterator", "build/id/builder", "build/id/tqamsg"),
+    Row("build deep with the builder, against an iterator", "build/steps/deep/builder",
+        "build/steps/deep/tqamsg"),
     *(Row(f"XML to binary: {name}, {label}", f"parse/{name}/tqamsg", f"parse/{name}/{peer}")
       for name in ("small", "ve_status", "processes", "textheavy")
       for peer, label in (("pugixml-minimal", "pugixml without entities"), ("rapidxml", "RapidXML, fastest"))),
@@ -129,6 +133,8 @@ def growth_rows():
                      name.format("ve_status"), 2.0, True)
     yield Growth("build: an element of deep against one of ve_status", "build/steps/deep/tqamsg",
                  "build/steps/ve_status/tqamsg", None, True)
+    yield Growth("build with the builder: an element of deep against one of ve_status",
+                 "build/steps/deep/builder", "build/steps/ve_status/builder", 2.0, True)
     for verb, label in (("parse", "XML to binary"), ("print", "binary to XML"), ("walk", "walk"),
                         ("load", "load")):
         # A load is a copy: what it costs depends on which cache holds the bytes, for memcpy too.
@@ -138,7 +144,8 @@ def growth_rows():
                  "soap/request/1MB/soap11/tqamsg", 5.5)
     for verb, label, base in (("parse", "XML to binary", "parse/deep/tqamsg"),
                               ("print", "binary to XML", "print/deep/parsed/tqamsg"),
-                              ("walk", "walk", "walk/elements/deep/typed/tqamsg")):
+                              ("walk", "walk", "walk/elements/deep/typed/tqamsg"),
+                              ("builder", "build with the builder", "build/steps/deep/builder")):
         yield Growth(f"{label}: four times as deep", f"shape/deep40000/{verb}/tqamsg", base, 7.0)
     for name in ("ve_status", "processes"):
         yield Growth(f"print {name}: ten header attributes set last against first",
@@ -166,6 +173,7 @@ COUNTS = [
     *(Count(f"binary to XML: {name}, {form}", f"print/{name}/{form}/tqamsg", 1)
       for name in ("ve_status", "processes", "textheavy") for form in ("parsed", "typed")),
     Count("build by id", "build/id/tqamsg"),
+    Count("build with the builder", "build/id/builder"),
     Count("genReply: small", "reply/small/typed/tqamsg"),
     Count("log line", "log/line/tqamsg"),
     Count("SOAP 1.1: small request to message", "soap/request/small/soap11/tqamsg"),
