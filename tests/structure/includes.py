@@ -15,9 +15,11 @@ ALLOWED = {
     "msg": {"host", "util"},
     "binary": {"host", "util", "vocabulary", "msg"},
     "soap": {"host", "util", "msg"},
+    "cpp": {"host", "util", "vocabulary", "msg", "binary", "soap"},
 }
-# The umbrella and the start-up file put everything together.
-EXEMPT = {"tqamsg/tqamsg.h", "tqamsg/startup.cpp"}
+UMBRELLAS = {"tqamsg/tqamsg.h", "tqamsg/tqa.h"}
+# The umbrellas and the start-up file put everything together.
+EXEMPT = UMBRELLAS | {"tqamsg/startup.cpp"}
 
 
 def complaints(path):
@@ -31,8 +33,8 @@ def complaints(path):
         parts = target.split("/")
         if include[2] or parts[0] != "tqamsg":
             yield f'{name}:{number}: {target} is to be included as "tqamsg/..."'
-        elif target == "tqamsg/tqamsg.h":
-            yield f"{name}:{number}: the umbrella header is for users of the library only"
+        elif target in UMBRELLAS:
+            yield f"{name}:{number}: the umbrella headers are for users of the library only"
         elif len(parts) > 2 and parts[1] not in ALLOWED[folder] | {folder}:
             yield f"{name}:{number}: {path.parent.name}/ may not include {target}"
 

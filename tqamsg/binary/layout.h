@@ -215,6 +215,14 @@ inline bool startsWithMagic(const char* bytes, std::int64_t len) noexcept {
     return len >= 4 && load<std::uint32_t>(bytes) == kMagic;
 }
 
+// The size that the head of a binary message announces: 0 while the head is not all there among the
+// `len` bytes, which start with the magic, and -1 for a negative length.
+inline std::int64_t announcedMessageSize(const char* bytes, std::int64_t len) noexcept {
+    if (len < kRootOffset + 12) return 0;
+    const auto length = load<std::int32_t>(bytes + kRootOffset + 8);
+    return length < 0 ? -1 : kRootOffset + elementSize(length);
+}
+
 // The size of the binary message at the start of the `len` bytes, which start with the magic, or
 // 0 while it is not all there or when its length field is negative.
 inline int wholeMessageSize(const char* bytes, std::int64_t len) noexcept {

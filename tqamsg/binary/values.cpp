@@ -2,6 +2,7 @@
 
 #include "tqamsg/util/base64.h"
 #include "tqamsg/util/number_text.h"
+#include "tqamsg/util/strings.h"
 #include "tqamsg/util/time_text.h"
 
 #include <exception>
@@ -103,6 +104,13 @@ int readString(ElementView element, std::string* value) {
         default:
             return -1;
     }
+}
+
+int readBool(ElementView element, bool* value) {
+    std::string text;
+    const int status = readString(element, &text);
+    if (status == 0) *value = isTrue(text);
+    return status;
 }
 
 int readBase64(ElementView element, std::string* value) {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "tqamsg/binary/layout.h"
+#include "tqamsg/export.h"
 
 #include <limits>
 #include <string>
@@ -16,8 +17,8 @@ namespace tqa {
 inline constexpr int kNoPayload = std::numeric_limits<int>::min();
 
 // Numbers of other kinds than their own.
-int convertToInt(ElementView element, int* value);
-int convertToLongLong(ElementView element, long long* value);
+TQA_API int convertToInt(ElementView element, int* value);
+TQA_API int convertToLongLong(ElementView element, long long* value);
 
 inline int readInt(ElementView element, int* value) {
     if (element.length() == 0) return kNoPayload;
@@ -31,10 +32,12 @@ inline int readLongLong(ElementView element, long long* value) {
     return element.number(value) ? 0 : -1;
 }
 
-int readDouble(ElementView element, double* value);
-int readTime(ElementView element, long* value);
-int readString(ElementView element, std::string* value);
-int readBase64(ElementView element, std::string* value);
+TQA_API int readDouble(ElementView element, double* value);
+TQA_API int readTime(ElementView element, long* value);
+TQA_API int readString(ElementView element, std::string* value);
+// Whether the text of the value is neither "0" nor "false" nor empty.
+TQA_API int readBool(ElementView element, bool* value);
+TQA_API int readBase64(ElementView element, std::string* value);
 int readXml(ElementView element, std::string* value);
 
 // Takes the payload as text whatever the kind, then fails for all kinds but texts.

@@ -1,6 +1,7 @@
 #include "tqamsg/msg/message_iterator.h"
 
 #include "tqamsg/msg/message.h"
+#include "tqamsg/util/strings.h"
 
 #include <memory>
 
@@ -58,18 +59,10 @@ int TQAMessageIterator::putChild(const std::string& name, const std::string& ns)
 
 // --- booleans -----------------------------------------------------------------------------------
 
-namespace {
-
-bool isTrue(const std::string& text) {
-    return !text.empty() && text != "0" && text != "false";
-}
-
-}  // namespace
-
 int TQAMessageIterator::getValue(bool* value, const std::string& name) {
     std::string text;
     const int status = getValue(&text, name);
-    if (status == 0) *value = isTrue(text);
+    if (status == 0) *value = tqa::isTrue(text);
     return status;
 }
 
@@ -77,7 +70,7 @@ int TQAMessageIterator::getValue(bool* value, int id) {
     if (id == 0) return getValue(value, "");
     std::string text;
     const int status = getValue(&text, id);
-    if (status == 0) *value = isTrue(text);
+    if (status == 0) *value = tqa::isTrue(text);
     return status;
 }
 

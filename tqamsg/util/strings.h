@@ -1,10 +1,11 @@
-// Trimming and letter case of byte strings. White space and case are those of the C locale the
-// process runs in, byte by byte; bytes from 0x80 up are safe.
+// Trimming, letter case and truth of byte strings. White space and case are those of the C locale
+// the process runs in, byte by byte; bytes from 0x80 up are safe.
 #pragma once
 
 #include "tqamsg/export.h"
 
 #include <string>
+#include <string_view>
 
 // Trims s in place: moves s to its first character that is no white space (isspace), writes a
 // terminator after the last one, and returns the new s.
@@ -27,3 +28,12 @@ String toCase(const String& text) {
     for (char& c : result) c = static_cast<char>(F(static_cast<unsigned char>(c)));
     return result;
 }
+
+namespace tqa {
+
+// What a text says where a boolean is read: "", "0" and "false" are false, all others are true.
+constexpr bool isTrue(std::string_view text) {
+    return !text.empty() && text != "0" && text != "false";
+}
+
+}  // namespace tqa
