@@ -108,6 +108,11 @@ ROWS = [
 
 # Other ways to do the same, and stricter readings of a row: no figure to reach.
 COMPARISONS = [
+    *(Row(f"walk with cursors by {how}, {form}, against the iterator",
+          f"walk/fields/ve_status/{form}/{who}", f"walk/fields/ve_status/{form}/tqamsg")
+      for form in ("typed", "parsed") for who, how in (("comfort", "id"), ("comfort-names", "name"))),
+    Row("header getter with a cursor, against the getter", "header/get/typed/comfort", "header/get/typed/tqamsg"),
+    Row("1000 frames with the reader, against calls by hand", "frames/small/comfort", "frames/small/tqamsg"),
     Row("build with the builder", "build/id/builder", "build/id/capnproto"),
     Row("build with the builder, against an iterator", "build/id/builder", "build/id/tqamsg"),
     Row("build deep with the builder, against an iterator", "build/steps/deep/builder",
