@@ -1,4 +1,5 @@
 """Messages as bytes for the tests of the integrations, made and read without the library."""
+import random
 import re
 import struct
 from pathlib import Path
@@ -58,6 +59,17 @@ def golden(name):
 
 def all_golden():
     return {path.stem: golden(path.stem) for path in sorted((ROOT / "tests/data/messages").glob("*.hex"))}
+
+
+def damaged(count):
+    """Golden messages with some of their bytes replaced, the same ones each time."""
+    chance = random.Random(1)
+    originals = list(all_golden().values())
+    for _ in range(count):
+        data = bytearray(chance.choice(originals)[:2000])
+        for _ in range(chance.randint(1, 6)):
+            data[chance.randrange(len(data))] = chance.choice((0, 1, 8, 50, 51, 127, 255, chance.randrange(256)))
+        yield bytes(data)
 
 
 def elements(data, at=8, end=None):

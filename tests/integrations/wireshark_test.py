@@ -2,7 +2,6 @@
 """The Wireshark dissector in the real tshark: one capture with a TCP connection for each case."""
 import json
 import os
-import random
 import re
 import shutil
 import struct
@@ -13,7 +12,7 @@ import unittest
 from pathlib import Path
 
 from messages import (ATTRIBUTE, BASE64, CONTAINER, DOUBLE, INT, LONGLONG, TAG, UNPARSED, UNTYPED, WORDS, all_golden, container,
-                      element, elements, golden, message, nested, text)
+                      damaged, element, elements, golden, message, nested, text)
 
 DISSECTOR = sys.argv.pop(1)
 PORT = 4646
@@ -64,17 +63,6 @@ SHORT_INT = message(container(TAG["packet"], element(TAG["veid"], INT, b"\1\2"))
 WIDE = message(container(TAG["packet"], *[element(TAG["list"], UNTYPED, b"")] * 22000))
 
 
-def damaged_messages(count):
-    """Golden messages with some of their bytes replaced, the same ones each time."""
-    chance = random.Random(1)
-    originals = list(all_golden().values())
-    for _ in range(count):
-        data = bytearray(chance.choice(originals)[:2000])
-        for _ in range(chance.randint(1, 6)):
-            data[chance.randrange(len(data))] = chance.choice((0, 1, 8, 50, 51, 127, 255, chance.randrange(256)))
-        yield bytes(data)
-
-
 def make_capture():
     capture = Capture()
     for name, data in all_golden().items():
@@ -97,7 +85,7 @@ def make_capture():
     capture.connection("raw", message(container(TAG["packet"], element(0, UNPARSED, b"<a>1</a>\0"), element(0, UNPARSED, SHORT))))
     capture.connection("unknown", message(container(TAG["packet"], element(4321, 77, b"what"), element(TAG["auth"], BASE64, b"\1"))))
     capture.connection("markup", message(container(TAG["packet"], element(TAG["data"], UNTYPED, b"a\xff\x1b[2J\nb"))))
-    for number, data in enumerate(damaged_messages(400)):
+    for number, data in enumerate(damaged(400)):
         capture.connection(f"damaged {number}", data)
     return capture
 
