@@ -6,17 +6,11 @@ from pathlib import Path
 
 root = Path(sys.argv[1])
 
-# Every folder also includes itself and the headers that lie in tqamsg/ itself, but for the umbrella.
-ALLOWED = {
-    "": set(),
-    "host": set(),
-    "util": {"host"},
-    "vocabulary": {"host", "util"},
-    "msg": {"host", "util"},
-    "binary": {"host", "util", "vocabulary", "msg"},
-    "soap": {"host", "util", "msg"},
-    "cpp": {"host", "util", "vocabulary", "msg", "binary", "soap"},
-}
+# The table in docs/architecture.md has the order: folder, what it holds, what it may include. Every
+# folder also includes itself and the headers that lie in tqamsg/ itself, but for the umbrellas.
+ALLOWED = {"": set()}
+for row in re.findall(r"^\| `(\w+)` \|[^|]*\| (.*) \|$", (root / "docs/architecture.md").read_text(), re.MULTILINE):
+    ALLOWED[row[0]] = set(re.findall(r"`(\w+)`", row[1]))
 UMBRELLAS = {"tqamsg/tqamsg.h", "tqamsg/tqa.h"}
 # The umbrellas and the start-up file put everything together.
 EXEMPT = UMBRELLAS | {"tqamsg/startup.cpp"}
@@ -35,7 +29,7 @@ def complaints(path):
             yield f'{name}:{number}: {target} is to be included as "tqamsg/..."'
         elif target in UMBRELLAS:
             yield f"{name}:{number}: the umbrella headers are for users of the library only"
-        elif len(parts) > 2 and parts[1] not in ALLOWED[folder] | {folder}:
+        elif len(parts) > 2 and parts[1] not in ALLOWED.get(folder, set()) | {folder}:
             yield f"{name}:{number}: {path.parent.name}/ may not include {target}"
 
 

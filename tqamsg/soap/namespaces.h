@@ -18,7 +18,7 @@ extern TQA_API HashMap<std::string, SoapVersion> SoapVersionMap;
 
 namespace tqa {
 
-// The agent's namespaces are <base><version>/<operator>, for example
+// The agent's namespaces are `<base><version>/<operator>`, for example
 // http://www.tqagent.example/webservices/tqa/4.0.0/vem. The bases are chosen when the library is
 // built.
 extern const char kNamespaceBase[];

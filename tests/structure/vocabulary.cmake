@@ -1,0 +1,11 @@
+# Checks that docs/vocabulary.md is what the word lists make of its template. `copy` is a place for it.
+cmake_minimum_required(VERSION 3.25)
+set(root ${CMAKE_CURRENT_LIST_DIR}/../..)
+set(template ${root}/docs/vocabulary.md.in)
+set(output ${copy})
+include(${root}/cmake/fill_words.cmake)
+file(READ ${copy} wanted)
+file(READ ${root}/docs/vocabulary.md written)
+if(NOT wanted STREQUAL written)
+    message(FATAL_ERROR "docs/vocabulary.md is not up to date: run ./dev docs")
+endif()
