@@ -21,3 +21,11 @@ set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix_from_pkgconfig /${pkgconfig_dir} /)
 configure_file(cmake/tqamsg.pc.in tqamsg.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tqamsg.pc DESTINATION ${pkgconfig_dir})
+
+# Which files an installation made, CMake notes itself; `uninstall` needs the prefix, too.
+if(PROJECT_IS_TOP_LEVEL)
+    install(CODE "file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/install_prefix.txt \"\${CMAKE_INSTALL_PREFIX}\")")
+    add_custom_target(uninstall
+        COMMAND ${CMAKE_COMMAND} -D build=${CMAKE_CURRENT_BINARY_DIR} -P ${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake
+        VERBATIM)
+endif()

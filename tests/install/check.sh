@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the builds of the presets `tool` and `own-host` and uses them from programs outside the
-# tree, moving the installed tree first: nothing in it may name the place where it was made.
+# tree, moving the installed tree first: nothing in it may name the place where it was made. Then
+# takes an installation away again.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 root=$here/../..
@@ -35,6 +36,15 @@ check_files() {
     readelf -d "$lib/libtqamsg.so" | grep 'SONAME.*\[libtqamsg\.so\.1\]' >/dev/null || fail 'SONAME is not libtqamsg.so.1'
     if grep -rIlF -e "$work" -e "$(cd "$root" && pwd)" "$prefix"; then fail 'these files name the build machine'; fi
     "$here/exports.py" "$lib/libtqamsg.so"
+}
+
+check_headers() {
+    local header
+    while read -r header; do
+        printf '#include "%s"\n' "$header" | g++ "${flags[@]}" -fsyntax-only -I"$prefix/include" -xc++ - ||
+            fail "$header does not compile alone"
+    done < <(cd "$prefix/include" && find tqamsg -name '*.h')
+    echo 'every header           compiles alone'
 }
 
 use_cmake() {
@@ -75,11 +85,38 @@ use_own_host() {
     echo 'own host               works with both libraries'
 }
 
+# Only here the tree stays where it was installed: gdb finds the printers by the library's path.
+use_gdb() {
+    local stay=$work/stay
+    cmake --install "$root/build/tool" --prefix "$stay" >/dev/null
+    g++ "${flags[@]}" -g -I"$stay/include" "$here/main.cpp" "$stay"/lib*/libtqamsg.so -Wl,-rpath,"$(echo "$stay"/lib*)" -o "$work/debugged"
+    gdb -batch -nx -iex "add-auto-load-scripts-directory $stay/share/gdb/auto-load" -iex "add-auto-load-safe-path $stay" \
+        -ex 'break veidIn' -ex run -ex 'print message' "$work/debugged" 2>&1 | grep '<packet>, .* bytes = {@version = "4.0.0"' >/dev/null ||
+        fail 'gdb does not print a message'
+    echo 'gdb                    prints messages'
+}
+
+uninstall() {
+    local gone=$work/gone
+    cmake --install "$root/build/tool" --prefix "$gone" >/dev/null
+    touch "$(dirname "$(find "$gone" -name libtqamsg.a)")/of_another"
+    cmake --build "$root/build/tool" --target uninstall >/dev/null
+    [[ $(find "$gone" -type f) == "$gone"/lib*/of_another && ! -e $gone/include ]] || fail "uninstall leaves $(find "$gone")"
+    rm "$gone"/lib*/of_another
+    cmake --install "$root/build/tool" --prefix "$gone" >/dev/null
+    cmake --build "$root/build/tool" --target uninstall >/dev/null
+    [[ -z $(ls -A "$gone") ]] || fail "uninstall leaves $(find "$gone")"
+    echo 'uninstall              leaves nothing'
+}
+
 install_moved tool "$work/prefix"
 prefix=$work/prefix
 lib=$(dirname "$(find "$prefix" -name libtqamsg.a)")
 check_files
+check_headers
 use_cmake
 use_pkg_config
 use_tool
 use_own_host
+use_gdb
+uninstall
