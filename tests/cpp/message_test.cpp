@@ -103,6 +103,13 @@ TEST(OwnedMessage, ReadsFromItsRoot) {
     EXPECT_FALSE(Message(new tqa_test::FakeMessage).root()) << "only binary messages have cursors";
 }
 
+TEST(OwnedMessage, ReadsKindsThatDeriveFromTheBinaryOne) {
+    class Derived : public TQABinary {};
+    const Message message(new Derived);
+    ASSERT_EQ(message->create("data"), 0);
+    EXPECT_EQ(message.root().name(), "data");
+}
+
 TEST(OwnedMessage, RepliesInTheNameOfTheReplier) {
     const Message reply = Message::parse(kXml).reply("backm");
     EXPECT_EQ(reply->getOrigin(), "backm");

@@ -164,6 +164,12 @@ TQABinaryIterator* TQABinary::iteratorOnThis(TQAMessageIterator* at) {
     return iterator != nullptr && iterator->getMessage() == this ? iterator : nullptr;
 }
 
+// --- looking ------------------------------------------------------------------------------------
+
+ElementView tqa::elementOf(const TQABinary& message) {
+    return rootOf(message.internals);
+}
+
 // --- exporting ----------------------------------------------------------------------------------
 
 int TQABinary::decode(char** buf, int* len, TQAMessageIterator* from) {

@@ -14,12 +14,18 @@
 #include <string>
 #include <string_view>
 
+class TQABinary;
 class TQABinaryIterator;
 
 namespace tqa {
 enum class Kind : std::uint16_t;
 class Builder;
 class ElementView;
+
+// A look at the bytes of the message's root (tqamsg/binary/layout.h): empty while the message has
+// no content; valid until the message changes or ends.
+TQA_API ElementView elementOf(const TQABinary& message);
+
 }  // namespace tqa
 
 class TQA_API TQABinary : public TQAMessage {
@@ -134,6 +140,7 @@ class TQA_API TQABinary : public TQAMessage {
   private:
     friend class TQABinaryIterator;
     friend class tqa::Builder;
+    friend tqa::ElementView tqa::elementOf(const TQABinary& message);
 
     // Whether this message's content is its own.
     bool ownsContent() const {

@@ -13,7 +13,6 @@
 #pragma once
 
 #include "tqamsg/binary/binary.h"
-#include "tqamsg/binary/binary_iterator.h"
 #include "tqamsg/binary/builder.h"
 #include "tqamsg/cpp/cursor.h"
 #include "tqamsg/msg/auto_destroy.h"
@@ -26,6 +25,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <typeinfo>
+#include <utility>
 
 namespace tqa {
 
@@ -89,10 +90,8 @@ class Message {
 
     // The root, and the element at the end of a path of tag words, "data/vem".
     Cursor root() const {
-        auto* binary = dynamic_cast<TQABinary*>(get());
-        if (binary == nullptr) return Cursor();
-        TQABinaryIterator it(binary);
-        return Cursor(elementOf(it));
+        const TQABinary* binary = asBinary();
+        return binary == nullptr ? Cursor() : Cursor(elementOf(*binary));
     }
     Cursor at(std::string_view path) const { return root().at(path); }
 
@@ -128,6 +127,15 @@ class Message {
     struct Destroy {
         void operator()(TQAMessage* message) const { message->destroy(); }
     };
+
+    // Null for other kinds. The kind that nearly all messages are of is told by its type alone: the
+    // cast that allows for derived classes costs more than reading a value.
+    const TQABinary* asBinary() const {
+        const TQAMessage* message = get();
+        if (message == nullptr) return nullptr;
+        if (typeid(*message) == typeid(TQABinary)) return static_cast<const TQABinary*>(message);
+        return dynamic_cast<const TQABinary*>(message);
+    }
 
     std::unique_ptr<TQAMessage, Destroy> message_;
 };
