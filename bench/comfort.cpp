@@ -63,11 +63,18 @@ long long veByName(tqa::Cursor ve) {
     return sum + number<int>(disk, "diskspace") + number<int>(disk, "inodes");
 }
 
+long long process(tqa::Cursor process) {
+    return number<int>(process, tqa::Tag_pid) + text(process, tqa::Tag_user) +
+           number<int>(process, tqa::Tag_nice) + number<long long>(process, tqa::Tag_memory) +
+           number<int>(process, tqa::Tag_time) + text(process, tqa::Tag_state) +
+           text(process, tqa::Tag_name) + text(process, tqa::Tag_argv);
+}
+
 template <class Each>
-long long walk(const tqa::Message& message, Each each) {
+long long walk(const tqa::Message& message, int list, Each each) {
     const tqa::Cursor root = message.root();
     long long sum = header(root);
-    for (const auto child : tqa::children(root.child(tqa::Tag_data).child(tqa::Tag_vem))) {
+    for (const auto child : tqa::children(root.child(tqa::Tag_data).child(list))) {
         sum += each(child);
     }
     return sum;
@@ -77,8 +84,18 @@ template <class Each>
 void walkVes(benchmark::State& state, Form form, Each each) {
     const tqa::Message message = tqa::Message::create();
     make(veStatus(), form, *message);
-    require(walk(message, each) == veStatus().sum, "the walk reads other values");
-    measure(state, [&] { benchmark::DoNotOptimize(walk(message, each)); });
+    require(walk(message, tqa::Tag_vem, each) == veStatus().sum, "the walk reads other values");
+    measure(state, [&] { benchmark::DoNotOptimize(walk(message, tqa::Tag_vem, each)); });
+}
+
+void loadAndWalk(benchmark::State& state) {
+    std::string bytes = bytesOf(processes(), Form::kTyped);
+    const auto run = [&] {
+        const tqa::Message message = tqa::Message::load(bytes);
+        return walk(message, tqa::Tag_processes, process);
+    };
+    require(run() == processes().sum, "the walk reads other values");
+    measure(state, [&] { benchmark::DoNotOptimize(run()); });
 }
 
 // --- one value of a header ----------------------------------------------------------------------
@@ -160,6 +177,7 @@ void framesWithReader(benchmark::State& state) {
 // --- benchmarks ---------------------------------------------------------------------------------
 
 const bool added = [] {
+    add("load_and_walk/processes", kComfort, loadAndWalk);
     for (const Form form : kForms) {
         const std::string row = std::string("walk/fields/ve_status/") + nameOf(form);
         add(row, kComfort, [form](auto& state) { walkVes(state, form, ve); });

@@ -5,8 +5,10 @@
 #include "tqamsg/binary/binary.h"
 #include "tqamsg/binary/binary_iterator.h"
 #include "tqamsg/binary/factory.h"
+#include "tqamsg/binary/quick_reply.h"
 #include "tqamsg/host/log_path.h"
 #include "tqamsg/msg/message_factory.h"
+#include "tqamsg/msg/quick_reply.h"
 #include "tqamsg/soap/namespaces.h"
 #include "tqamsg/util/log.h"
 #include "tqamsg/vocabulary/vocabulary.h"
@@ -18,6 +20,7 @@ std::uint32_t TQABinaryIterator::Policy = 0;
 const char* TQABinary::MessageType = "TQABinary";
 TQAMsgFactory* TQAMessage::Factory = nullptr;
 std::map<std::string, TQAMsgFactory*>* MsgVocabulary = nullptr;
+constinit const tqa::QuickReply tqa::quickReply = tqa::replyToBinary;
 
 namespace {
 

@@ -42,7 +42,6 @@ const char* TQABinary::messageType() {
 void TQABinary::takeContent(TQABinaryInternals* record) {
     TQABinaryInternals::drop(internals);
     internals = record;
-    ++contents;
 }
 
 int TQABinary::assignInternals(TQAMessage* from) {

@@ -169,7 +169,4 @@ class TQA_API TQABinary : public TQAMessage {
 
     // Contents that failed parses left behind, newest first.
     TQABinaryInternals* aside = nullptr;
-
-    // Counts the records that this message has had.
-    std::uint64_t contents = 1;
 };

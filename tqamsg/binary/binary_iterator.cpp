@@ -21,7 +21,8 @@ TQABinaryIterator::TQABinaryIterator(TQABinaryIterator* other)
       buf(nullptr),
       stamp(-1),
       path(other->path),
-      knownContent(other->knownContent),
+      knownSerial(other->knownSerial),
+      knownVersion(other->knownVersion),
       knownEdits(other->knownEdits) {
     noteContent();
 }
@@ -45,8 +46,11 @@ void TQABinaryIterator::noteContent() {
 
 // The path fits the content as it is now.
 void TQABinaryIterator::notePath() {
-    knownContent = binary().contents;
-    knownEdits = record() == nullptr ? 0 : record()->edits.count();
+    const TQABinaryInternals* content = record();
+    if (content == nullptr) return;
+    knownSerial = content->serial;
+    knownVersion = content->version;
+    knownEdits = content->edits.count();
 }
 
 bool TQABinaryIterator::pushRoot() {
@@ -58,7 +62,8 @@ bool TQABinaryIterator::pushRoot() {
 int TQABinaryIterator::invalidate() {
     buf = nullptr;
     stamp = -1;
-    knownContent = 0;
+    knownSerial = 0;
+    scan.forget();
     return 0;
 }
 

@@ -155,9 +155,10 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     tqa::ElementView current() const;
     tqa::ElementView childWithId(int id);
     tqa::ElementView reach(int id);
+    tqa::ElementView reachOn(int id);
     bool isNoted() const;
     bool isPathKnown() const;
-    bool canWriteQuickly() const;
+    bool canWriteQuickly();
     bool appendLast(tqa::ElementView parent, int id, std::uint32_t word, const void* data,
                     int length);
     bool putQuickly(int id, tqa::Kind kind, const void* data, std::size_t length);
@@ -185,6 +186,8 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     template <auto read, class Value>
     int get(int id, Value* value);
     template <auto read, class Value>
+    int getAnywhere(int id, Value* value);
+    template <auto read, class Value>
     int getAt(const std::string& name, Value* value);
     template <auto read, class Value>
     int getAlong(const std::string& name, Value* value);
@@ -195,9 +198,10 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     std::int32_t stamp;  // the record's stamp when last checked
     BinaryPath path;
 
-    // When the path was last known to fit: in which of the message's records (0 for never), and how
-    // many edits that had seen. Saves checks of what no edit since can have moved.
-    std::uint64_t knownContent = 0;
+    // When the path was last known to fit: in which record (0 for never), in which version of it,
+    // and after how many edits. Saves checks of what no edit since can have moved.
+    std::uint64_t knownSerial = 0;
+    std::uint64_t knownVersion = 0;
     std::uint64_t knownEdits = 0;
     tqa::ChildScan scan;
     tqa::ChildScan raws;  // looks for raw children only

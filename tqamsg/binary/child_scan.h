@@ -14,34 +14,43 @@ namespace tqa {
 
 class ChildScan {
   public:
-    // The first child of `parent`, an element of `record`, with this id; empty when there is none.
-    // `content` tells the records of a message apart.
-    [[gnu::always_inline]] ElementView find(ElementView parent, int id,
-                                            const TQABinaryInternals& record,
-                                            std::uint64_t content) {
-        if (!parent || !parent.isContainer()) return {};
-        if (!goesOn(parent, record, content)) {
-            start(parent, record, content);
-        } else if (mayHavePassed(id)) {
-            rewind();
-        }
+    // Whether the next search below the element at this offset goes on, as nothing has changed.
+    bool isAt(std::int32_t parent, const TQABinaryInternals& record) const {
+        return parent_ == parent && version_ == record.version && serial_ == record.serial;
+    }
+
+    // The first child with this id below the element that isAt() holds for; empty when there is
+    // none.
+    [[gnu::always_inline]] ElementView find(int id, const TQABinaryInternals& record) {
+        if (mayHavePassed(id)) rewind();
         return findFrom(id, record);
     }
 
+    // The same below `parent`, an element of `record`.
+    [[gnu::always_inline]] ElementView find(ElementView parent, int id,
+                                            const TQABinaryInternals& record) {
+        if (!parent || !parent.isContainer()) return {};
+        start(parent, record);
+        return find(id, record);
+    }
+
     // The first raw child; for a scan that is used for nothing else.
-    ElementView findRaw(ElementView parent, const TQABinaryInternals& record,
-                        std::uint64_t content) {
-        if (!goesOn(parent, record, content)) start(parent, record, content);
+    ElementView findRaw(ElementView parent, const TQABinaryInternals& record) {
+        start(parent, record);
         return findFrom(0, record);
     }
 
     // After find() found nothing: a child was appended at `offset`, where the children ended.
-    void passAppended(int id, std::int32_t offset, std::int32_t end) {
+    void passAppended(int id, std::int32_t offset, const TQABinaryInternals& record) {
         if (next_ != offset) return;
-        pass(id, end - offset);
-        end_ = end;
+        pass(id, record.used - offset);
+        end_ = record.used;
+        version_ = record.version;
         if (count_ > kFew && ids_ == nullptr) rememberMany();
     }
+
+    // The next search begins anew.
+    void forget() { serial_ = 0; }
 
   private:
     using Ids = std::unordered_set<std::int32_t>;
@@ -49,18 +58,13 @@ class ChildScan {
     // Up to here looking at all children is quicker than remembering their ids.
     static constexpr std::int32_t kFew = 64;
 
-    // Whether this is the element that was looked through, and none of its children has moved. One
-    // that grew where the message ends is no edit of the log, but moves the end.
-    bool goesOn(ElementView parent, const TQABinaryInternals& record, std::uint64_t content) const {
-        return parent_ == parent.begin() - record.buf && end_ == parent.end() - record.buf &&
-               edits_ == record.edits.count() && content_ == content;
-    }
-
-    void start(ElementView parent, const TQABinaryInternals& record, std::uint64_t content) {
-        content_ = content;
-        edits_ = record.edits.count();
-        parent_ = static_cast<std::int32_t>(parent.begin() - record.buf);
+    void start(ElementView parent, const TQABinaryInternals& record) {
+        const auto offset = static_cast<std::int32_t>(parent.begin() - record.buf);
+        if (isAt(offset, record)) return;
+        parent_ = offset;
         end_ = static_cast<std::int32_t>(parent.end() - record.buf);
+        version_ = record.version;
+        serial_ = record.serial;
         if (ids_ != nullptr) ids_.reset();
         rewind();
     }
@@ -97,14 +101,14 @@ class ChildScan {
 
     static std::uint64_t bitOf(int id) { return std::uint64_t{1} << (id & 63); }
 
-    std::uint64_t content_ = 0;
-    std::uint64_t edits_ = 0;   // of the record
-    std::int32_t parent_ = 0;   // offset
-    std::int32_t end_ = 0;      // offset of the children's end
-    std::int32_t next_ = 0;     // offset of the first child that was not passed
-    std::int32_t count_ = 0;    // of children passed
-    std::uint64_t passed_ = 0;  // a bit for each id passed; ids share bits
-    std::unique_ptr<Ids> ids_;  // the ids passed, at least, once there are many
+    std::uint64_t serial_ = 0;   // of the record, 0 for none
+    std::uint64_t version_ = 0;  // of the record
+    std::int32_t parent_ = 0;    // offset
+    std::int32_t end_ = 0;       // offset of the children's end
+    std::int32_t next_ = 0;      // offset of the first child that was not passed
+    std::int32_t count_ = 0;     // of children passed
+    std::uint64_t passed_ = 0;   // a bit for each id passed; ids share bits
+    std::unique_ptr<Ids> ids_;   // the ids passed, at least, once there are many
 };
 
 }  // namespace tqa

@@ -35,9 +35,20 @@ inline ElementView pathEnd(const TQABinaryInternals* record, const BinaryPath& p
 // Adds to the length of the path's first `count` elements, whose children grew by `delta`.
 inline void addToLengths(TQABinaryInternals& record, const BinaryPath& path, int count,
                          int delta) noexcept {
-    char* const start = record.buf;
     const PathEntry* const entries = path.begin();
-    for (int i = count - 1; i >= 0; --i) addToChildren(start + entries[i].offset, delta);
+    std::int32_t lengths = 0;
+    for (int i = count - 1; i >= 0; --i) {
+        char* const element = record.buf + entries[i].offset;
+        lengths |= lengthOf(element);
+        writeLength(element, lengthOf(element) + delta);
+    }
+    if (lengths % 8 == 0) return;
+    // Rare: a length that is not the room of its children grows by a rule of its own.
+    for (int i = count - 1; i >= 0; --i) {
+        char* const element = record.buf + entries[i].offset;
+        writeLength(element, lengthOf(element) - delta);
+        addToChildren(element, delta);
+    }
 }
 
 }  // namespace tqa

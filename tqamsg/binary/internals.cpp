@@ -3,6 +3,7 @@
 #include "tqamsg/binary/layout.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -19,6 +20,11 @@ std::size_t bytes(std::int64_t n) {
 }
 
 }  // namespace
+
+std::uint64_t TQABinaryInternals::nextSerial() {
+    static std::atomic<std::uint64_t> last = 0;
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
 
 TQABinaryInternals::TQABinaryInternals(const TQABinaryInternals& other) {
     if (expand(other.used) == nullptr || other.used == 0) return;
@@ -66,6 +72,7 @@ void TQABinaryInternals::resize(int n) {
         touched = used + n;
     }
     used += n;
+    ++version;
 }
 
 void TQABinaryInternals::clear() {

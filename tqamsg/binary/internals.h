@@ -49,7 +49,10 @@ class TQA_API TQABinaryInternals {
     bool isFreshBehind() const { return used == touched; }
 
     // Tells iterators that elements may have moved.
-    void changeStamp() { stamp = nextStamp(stamp); }
+    void changeStamp() {
+        stamp = nextStamp(stamp);
+        ++version;
+    }
 
     // This record takes the place of another in a message. Iterators must see that even if its
     // buffer comes to lie where one of the message's former buffers was.
@@ -69,10 +72,17 @@ class TQA_API TQABinaryInternals {
     // Where elements have moved. Elements appended behind all others move none.
     tqa::EditLog edits;
 
+    // No other record of the process has or had this number.
+    const std::uint64_t serial = nextSerial();
+    // Changes when elements come, go or move, and with the stamp; not while a text is read, which
+    // begins with clear().
+    std::uint64_t version = 0;
+
     // The next record of a list; for whoever keeps one.
     TQABinaryInternals* next = nullptr;
 
   private:
+    static std::uint64_t nextSerial();
     static std::int32_t nextStamp(std::int32_t stamp) {
         return static_cast<std::int32_t>(static_cast<std::uint32_t>(stamp) + 1);
     }

@@ -19,7 +19,7 @@ inline tqa::ElementView TQABinaryIterator::current() const {
 }
 
 [[gnu::always_inline]] inline tqa::ElementView TQABinaryIterator::childWithId(int id) {
-    return scan.find(current(), id, *record(), binary().contents);
+    return scan.find(current(), id, *record());
 }
 
 // Whether the content is the one that the path was checked against, and nothing was reallocated,
@@ -33,8 +33,9 @@ inline bool TQABinaryIterator::isNoted() const {
 // Whether no edit since the path fitted can have moved one of its elements. When it says no, the
 // path may fit nevertheless.
 inline bool TQABinaryIterator::isPathKnown() const {
-    return binary().contents == knownContent && record() != nullptr && !path.empty() &&
-           path.back().offset < record()->edits.movedFrom(knownEdits);
+    const TQABinaryInternals* content = record();
+    return content != nullptr && content->serial == knownSerial && !path.empty() &&
+           path.back().offset < content->edits.movedFrom(knownEdits);
 }
 
 // The child with this id, or the current element for id 0; empty when there is none or the way to
@@ -45,8 +46,21 @@ inline bool TQABinaryIterator::isPathKnown() const {
     return id == 0 ? current() : childWithId(id);
 }
 
-inline bool TQABinaryIterator::canWriteQuickly() const {
-    return binary().ownsContent() && isNoted() && isPathKnown() && (policy & kExpandRaw) == 0;
+// reach() for the next of the children that are read in order; empty when that may be wrong.
+[[gnu::always_inline]] inline tqa::ElementView TQABinaryIterator::reachOn(int id) {
+    const TQABinaryInternals* content = record();
+    if (id == 0 || content == nullptr || path.empty() || (policy & kExpandRaw) != 0) return {};
+    return scan.isAt(path.back().offset, *content) ? scan.find(id, *content) : tqa::ElementView();
+}
+
+// Whether the path is known to lead to an element of a content that this message may change.
+inline bool TQABinaryIterator::canWriteQuickly() {
+    if (!binary().ownsContent() || (policy & kExpandRaw) != 0 || path.empty()) return false;
+    const TQABinaryInternals& content = *record();
+    if (content.version == knownVersion && content.serial == knownSerial) return true;
+    if (!isNoted() || !isPathKnown()) return false;
+    notePath();
+    return true;
 }
 
 // The quick way of insertID() and newChild(): below an element that ends where the message ends
@@ -65,6 +79,7 @@ inline bool TQABinaryIterator::canWriteQuickly() const {
     }
     if (content.isFreshBehind()) {
         content.append(static_cast<int>(size));
+        ++content.version;
         tqa::clearPadding(element, size);
     } else {
         content.resize(static_cast<int>(size));
@@ -72,6 +87,7 @@ inline bool TQABinaryIterator::canWriteQuickly() const {
     tqa::writeElementHeader(element, id, word, length);
     tqa::writePayload(element, tqa::kindOf(word), data, length);
     tqa::addToLengths(content, path, path.size(), static_cast<int>(size));
+    knownVersion = content.version;
     return true;
 }
 
@@ -86,11 +102,11 @@ inline bool TQABinaryIterator::canWriteQuickly() const {
     tqa::ElementView element = current();
     if (id != 0) {
         const tqa::ElementView parent = element;
-        element = scan.find(parent, id, *record(), binary().contents);
+        element = scan.find(parent, id, *record());
         if (!element) {
             const int at = record()->used;
             if (!appendLast(parent, id, word, data, size)) return false;
-            scan.passAppended(id, at, at + static_cast<int>(tqa::elementSize(size)));
+            scan.passAppended(id, at, *record());
             return true;
         }
     }

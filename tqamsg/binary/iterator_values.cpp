@@ -99,6 +99,13 @@ int TQABinaryIterator::putValueXML(const std::string& value, int id) {
 // Reads the child (or the current element for id 0) without going there.
 template <auto read, class Value>
 [[gnu::always_inline]] inline int TQABinaryIterator::get(int id, Value* value) {
+    const tqa::ElementView element = reachOn(id);
+    if (!element || element.length() == 0) return getAnywhere<read>(id, value);
+    return read(element, value);
+}
+
+template <auto read, class Value>
+[[gnu::noinline]] int TQABinaryIterator::getAnywhere(int id, Value* value) {
     const tqa::ElementView element = reach(id);
     if (!element) return -1;
     const int status = read(element, value);

@@ -193,7 +193,7 @@ class ElementView {
 
     // The bytes of the payload before its first zero byte, or more than it has: the element's words
     // are searched to their end.
-    std::size_t shortTextSize() const noexcept {
+    [[gnu::always_inline]] std::size_t shortTextSize() const noexcept {
         const int first = payloadOffset(length_, kind());
         if (first == 12) {
             const std::size_t zero = firstZeroByte(load<std::uint32_t>(at_ + 12));
@@ -246,6 +246,10 @@ inline void writeKind(char* element, Kind kind) noexcept {
     store<std::uint16_t>(element + 4, static_cast<std::uint16_t>(kind));
 }
 
+inline std::int32_t lengthOf(const char* element) noexcept {
+    return load<std::int32_t>(element + 8);
+}
+
 inline void writeLength(char* element, int length) noexcept {
     store<std::int32_t>(element + 8, length);
 }
@@ -254,11 +258,7 @@ inline void writeLength(char* element, int length) noexcept {
 // gives them; a received length may say up to four bytes less, and one that blank text left behind
 // up to three bytes more, which stay.
 inline void addToChildren(char* container, int delta) noexcept {
-    const auto length = load<std::int32_t>(container + 8);
-    if (length % 8 == 0) {
-        writeLength(container, length + delta);
-        return;
-    }
+    const std::int32_t length = lengthOf(container);
     const int room = static_cast<int>(elementSize(length)) - kEmptyElementSize;
     writeLength(container, room + delta + (length > room ? length - room : 0));
 }

@@ -36,6 +36,7 @@ int TQABinaryIterator::enter(ElementView child) {
 }
 
 int TQABinaryIterator::seek(int id) {
+    if (const ElementView child = reachOn(id)) return enter(child);
     if ((policy & kExpandRaw) != 0) parseUnknown();
     if (!isNoted() && recheck() != 0) return -1;
     return id == 0 ? 0 : enter(childWithId(id));
@@ -83,7 +84,7 @@ int TQABinaryIterator::newChild(const std::string& name, const std::string& ns) 
 // --- across -------------------------------------------------------------------------------------
 
 // The element after the current one, and the end of the range that they share.
-ElementView TQABinaryIterator::sibling(const char** end) const {
+inline ElementView TQABinaryIterator::sibling(const char** end) const {
     if (path.size() < 2) return {};
     const ElementView parent = tqa::elementAt(record(), path[path.size() - 2].offset);
     const ElementView self = current();
@@ -92,7 +93,7 @@ ElementView TQABinaryIterator::sibling(const char** end) const {
     return self.next(parent.end());
 }
 
-int TQABinaryIterator::moveAcross(ElementView sibling) {
+inline int TQABinaryIterator::moveAcross(ElementView sibling) {
     if (!sibling) return -1;
     path.pop_back();
     return enter(sibling);

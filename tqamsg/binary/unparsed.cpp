@@ -31,7 +31,7 @@ int TQABinaryIterator::parseUnknown() {
     // All are read before any is replaced, so that the children are moved once and not for each.
     TQABinaryInternals expanded;
     int count = 0;
-    const ElementView first = raws.findRaw(parent, *record(), binary().contents);
+    const ElementView first = raws.findRaw(parent, *record());
     const ElementView stop = first ? expandFrom(first, parent.end(), expanded, &count) : first;
     const int stopAt = static_cast<int>((stop ? stop.begin() : parent.end()) - record()->buf);
     if (count > 0) {

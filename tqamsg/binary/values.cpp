@@ -89,12 +89,17 @@ int readTime(ElementView element, long* value) {
     return 0;
 }
 
-int readString(ElementView element, std::string* value) {
+int copyText(ElementView element, std::string* value) {
+    return assign(value, element.text());
+}
+
+int convertToString(ElementView element, std::string* value) {
     switch (element.kind()) {
         case Kind::Untyped:
-            return assign(value, element.text());
+            value->clear();
+            return 0;
         case Kind::String:
-            return element.length() == 0 ? kNoPayload : assign(value, element.text());
+            return kNoPayload;
         case Kind::Int:
             return printNumber<std::int32_t>(element, value, writeInt);
         case Kind::LongLong:

@@ -16,9 +16,11 @@ namespace tqa {
 
 inline constexpr int kNoPayload = std::numeric_limits<int>::min();
 
-// Numbers of other kinds than their own.
+// Values of other kinds than their own, and plain texts.
 TQA_API int convertToInt(ElementView element, int* value);
 TQA_API int convertToLongLong(ElementView element, long long* value);
+TQA_API int convertToString(ElementView element, std::string* value);
+TQA_API int copyText(ElementView element, std::string* value);
 
 inline int readInt(ElementView element, int* value) {
     if (element.length() == 0) return kNoPayload;
@@ -32,9 +34,14 @@ inline int readLongLong(ElementView element, long long* value) {
     return element.number(value) ? 0 : -1;
 }
 
-TQA_API int readDouble(ElementView element, double* value);
+inline int readString(ElementView element, std::string* value) {
+    const bool isText = element.kind() == Kind::Untyped || element.kind() == Kind::String;
+    return isText && element.length() != 0 ? copyText(element, value)
+                                           : convertToString(element, value);
+}
+
+int readDouble(ElementView element, double* value);
 TQA_API int readTime(ElementView element, long* value);
-TQA_API int readString(ElementView element, std::string* value);
 // Whether the text of the value is neither "0" nor "false" nor empty.
 TQA_API int readBool(ElementView element, bool* value);
 TQA_API int readBase64(ElementView element, std::string* value);

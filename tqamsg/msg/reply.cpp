@@ -4,6 +4,7 @@
 #include "tqamsg/msg/message.h"
 #include "tqamsg/msg/message_factory.h"
 #include "tqamsg/msg/message_iterator.h"
+#include "tqamsg/msg/quick_reply.h"
 #include "tqamsg/util/c_text.h"
 
 #include <exception>
@@ -77,6 +78,7 @@ TQAMessage* makeReply(TQAMessage& request, const std::string& replier) {
 
 TQAMessage* TQAMessage::genReply(std::string replier) {
     try {
+        if (TQAMessage* reply = tqa::quickReply(*this, replier)) return reply;
         return makeReply(*this, replier);
     } catch (const std::exception&) {
         return nullptr;
