@@ -2,7 +2,8 @@
 """Brings debian/libtqamsg1.symbols up to date with a built library: debian/symbols.py LIBRARY
 
 New symbols get the version of the package, the others keep theirs, and those that are gone, which no
-release may lose, are named. Instantiations of templates come and go with the compiler.
+release may lose, are named. Instantiations of templates come and go with the compiler, and those of
+the standard library are not listed at all.
 """
 import re
 import subprocess
@@ -11,6 +12,7 @@ from pathlib import Path
 
 FILE = Path(__file__).with_name("libtqamsg1.symbols")
 HEAD = "libtqamsg.so.1 libtqamsg1 #MINVER#\n* Build-Depends-Package: libtqamsg-dev\n"
+STANDARD = ' (c++|regex|optional=templinst)"^std::.*@Base$"'
 
 
 
@@ -20,6 +22,8 @@ def run(*command, text=None):
 
 def entry(kind, name, readable):
     """A symbol as the file has it, without its version."""
+    if readable.startswith("std::"):
+        return STANDARD
     if name == readable:
         return f" {name}@Base"
     return f' ({"c++|optional=templinst" if kind in "Wu" else "c++"})"{readable}@Base"'
