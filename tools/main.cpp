@@ -1,47 +1,47 @@
-// The command line of the tool: `tqamsg VERB ...`.
+// The command line tool `tqamsg`: its exit status, and what it says when it fails.
 
-#include "tools/verb.h"
+#include "tools/command_line.h"
+#include "tools/output.h"
+#include "tools/progress.h"
 
+#include <csignal>
+#include <cstdio>
 #include <exception>
-#include <iostream>
 
 namespace {
 
+void complain(const char* what) {
+    tool::hideProgress();
+    std::fprintf(stderr, "tqamsg: %s\n", what);
+}
+
 int run(int argc, char** argv) {
-    CLI::App app("Reads, shows and changes messages of the agent.");
-    app.footer(
-        "FILE may be - for standard input.\n"
-        "Exit status: 0 done, 2 usage, 3 malformed input, 4 input or output failed.");
-    app.require_subcommand(1);
-    tool::addShow(app);
-    tool::addConvert(app);
-    tool::addReply(app);
-    tool::addSet(app);
-    tool::addSoapRequest(app);
-    tool::addSoapResponse(app);
     try {
-        app.parse(argc, argv);
-        std::cout.flush();
-        if (!std::cout)
-            throw tool::Failure(tool::kInputOutput, "standard output cannot be written");
-        return tool::kOk;
-    } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? tool::kOk : tool::kUsage;
+        const tool::Exit status = tool::runCommandLine(argc, argv);
+        tool::flushOutput();
+        tool::hideProgress();
+        return status;
+    } catch (const tool::Failure& failure) {
+        tool::flushOutput();  // what was done before the failure
+        complain(failure.what());
+        return failure.code();
     }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::ios::sync_with_stdio(false);
+    // A reader that goes away is noticed where the output is written.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         return run(argc, argv);
+    } catch (const tool::ReaderGone&) {
+        return tool::kOk;
     } catch (const tool::Failure& failure) {
-        std::cout.flush();
-        std::cerr << "tqamsg: " << failure.what() << '\n';
+        complain(failure.what());
         return failure.code();
     } catch (const std::exception& error) {
-        std::cerr << "tqamsg: " << error.what() << '\n';
+        complain(error.what());
         return tool::kInputOutput;
     }
 }

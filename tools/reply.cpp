@@ -1,31 +1,41 @@
 // `tqamsg reply`: what an operator answers to a request before it fills "data".
 
-#include "tools/verb.h"
+#include "tools/message_reader.h"
+#include "tools/output.h"
+#include "tools/verbs.h"
 
 namespace tool {
 
 namespace {
 
-void reply(TQAMessage& request, Form form, const std::string& name) {
-    const std::string target = request.getTarget();
-    const std::string replier = name.empty() ? target : name;
-    const Message answer(request.genReply(replier));
-    if (answer == nullptr) throw Failure(kMalformed, "no reply can be made");
-    writeOutput(inForm(*answer, form));
+Exit reply(const Arguments& arguments) {
+    forEachMessage(arguments.text("FILE"), [&arguments](TQAMessage& request, Form form) {
+        const std::string replier = arguments.text("--as", request.getTarget());
+        const Message answer(request.genReply(replier));
+        if (answer == nullptr) throw Failure(kInputOutput, "out of memory");
+        writeOutput(inForm(*answer, form));
+    });
+    return kOk;
 }
 
 }  // namespace
 
-void addReply(CLI::App& app) {
-    CLI::App* verb = app.add_subcommand("reply", "Make the reply to a request, in the same form");
-    const auto name = std::make_shared<std::string>();
-    const auto file = std::make_shared<std::string>();
-    verb->add_option("--as", *name, "the replying operator (the request's target if not given)");
-    verb->add_option("FILE", *file, "the request in XML or binary form")->required();
-    verb->callback([name, file] {
-        forEachMessage(*file,
-                       [name](const Message& message, Form form) { reply(*message, form, *name); });
-    });
+Verb replyVerb() {
+    return {
+        "reply",
+        "make the reply to a request",
+        "Writes, in the form of the request, the reply that an operator starts from: the operator "
+        "as origin, the request's origin as target, its id, version, priority, session and cookie, "
+        "\"dst\" for its \"src\", and an empty \"data\".",
+        {
+            option("--as", "NAME", Takes::Text,
+                   "the replying operator (the request's target if not given)"),
+            operand("FILE", Takes::File, "the request, or several in a row"),
+        },
+        {{"tqamsg reply --as backm request.bin | tqamsg show -",
+          "the reply of the operator backm"}},
+        reply,
+    };
 }
 
 }  // namespace tool

@@ -1,57 +1,88 @@
-// `tqamsg set`: changes the value of one element.
+// `tqamsg set`: changes the value of an element, which is made if it is missing.
 
-#include "tools/verb.h"
+#include "tools/edit.h"
+#include "tools/element.h"
+#include "tools/verbs.h"
+
+#include <algorithm>
 
 namespace tool {
 
 namespace {
 
-struct Assignment {
-    std::string path;
-    std::string value;
-};
+using tqa::ElementView;
+using tqa::Kind;
 
-Assignment parse(const std::string& text) {
-    const std::size_t equals = text.find('=');
-    if (equals == std::string::npos || equals == 0) {
-        throw CLI::ValidationError("PATH=VALUE", "'" + text + "' is no assignment");
+// A value that is a number, bytes or a time stays one; a text becomes a String.
+Kind kindToKeep(ElementView element) {
+    switch (element.kind()) {
+        case Kind::Int:
+        case Kind::LongLong:
+        case Kind::Double:
+        case Kind::Base64:
+        case Kind::Time:
+            return element.kind();
+        default:
+            return usualKind(element.id());
     }
-    return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-// Makes each element of the path that is missing and gives the last one its value.
-void assign(TQAMessage& message, const Assignment& wanted) {
-    const Iterator it(message.newIterator());
-    std::size_t start = 0;
-    while (start < wanted.path.size()) {
-        const std::size_t end = std::min(wanted.path.find('/', start), wanted.path.size());
-        const std::string word = wanted.path.substr(start, end - start);
-        if (!word.empty() && it->seek(word) != 0 && it->newChild(word, "") != 0) {
-            throw Failure(kMalformed, wanted.path + ": cannot make \"" + word + "\"");
-        }
-        start = end + 1;
+void setOne(TQABinary& message, const Path& path, const Assignment& wanted,
+            std::optional<Kind> kind) {
+    BinaryPath way;
+    const std::size_t steps = path.reach(rootOf(message), &way);
+    makeSteps(message, path, steps, way);
+    putValue(message, wanted, way, kind.value_or(kindToKeep(elementAt(rootOf(message), way))));
+}
+
+bool setAll(TQABinary& message, const Path& path, const Assignment& wanted,
+            std::optional<Kind> kind) {
+    std::vector<BinaryPath> ways = path.find(rootOf(message), false);
+    // From the last one, so that those before it stay where they were found.
+    std::reverse(ways.begin(), ways.end());
+    for (const BinaryPath& way : ways) {
+        putValue(message, wanted, way, kind.value_or(kindToKeep(elementAt(rootOf(message), way))));
     }
-    if (it->putValue(wanted.value, 0) != 0) {
-        throw Failure(kMalformed, wanted.path + ": holds elements, not a value");
-    }
+    return !ways.empty();
+}
+
+Exit set(const Arguments& arguments) {
+    const Assignment wanted = assignmentIn(arguments.text("PATH=VALUE"));
+    if (!wanted.hasValue) throw Failure(kUsage, "'" + wanted.path + "' is no PATH=VALUE");
+    const Path path(wanted.path);
+    const auto kind = kindIn(arguments);
+    return editMessages(arguments.text("FILE"), [&](TQABinary& message) {
+        if (arguments.has("--all")) return setAll(message, path, wanted, kind);
+        setOne(message, path, wanted, kind);
+        return true;
+    });
 }
 
 }  // namespace
 
-void addSet(CLI::App& app) {
-    CLI::App* verb = app.add_subcommand("set", "Set the value of an element, in the same form");
-    const auto assignment = std::make_shared<std::string>();
-    const auto file = std::make_shared<std::string>();
-    verb->add_option("PATH=VALUE", *assignment, "path from the root, e.g. data/vem/veid=101")
-        ->required();
-    verb->add_option("FILE", *file, "message in XML or binary form")->required();
-    verb->callback([assignment, file] {
-        const Assignment wanted = parse(*assignment);
-        forEachMessage(*file, [&wanted](const Message& message, Form form) {
-            assign(*message, wanted);
-            writeOutput(inForm(*message, form));
-        });
-    });
+Verb setVerb() {
+    return {
+        "set",
+        "set the value of an element",
+        "Writes the message, in the form it came in, with the first element at PATH changed; what "
+        "is missing on the way is made. Paths are those of get.\n\n"
+        "Without --kind a number, bytes or a time keep their kind, header attributes get the one "
+        "they usually have, and everything else becomes a String. Bytes are given in Base64, times "
+        "as 2005-06-07T08:09:10+0000 or in seconds since 1970. A changed element loses its "
+        "namespace.",
+        {
+            flag("-a,--all",
+                 "change all elements at the path and make none; exit with 1 if there is none"),
+            kindOption(),
+            operand("PATH=VALUE", Takes::Text, "where, and the new value"),
+            operand("FILE", Takes::File, "the message, or several in a row"),
+        },
+        {
+            {"tqamsg set data/vem/veid=101 request.xml", "one value"},
+            {"tqamsg set @timeout=30 request.bin > later.bin", "a header attribute"},
+        },
+        set,
+    };
 }
 
 }  // namespace tool

@@ -1,121 +1,101 @@
 // `tqamsg show`: the tree, one element a line.
 
-#include "tools/verb.h"
+#include "tools/show.h"
+
+#include "tools/colour.h"
+#include "tools/element.h"
+#include "tools/json_form.h"
+#include "tools/message_reader.h"
+#include "tools/output.h"
+#include "tools/verbs.h"
 
 #include <algorithm>
-#include <iostream>
+#include <climits>
 
 namespace tool {
 
 namespace {
 
 using tqa::ElementView;
-using tqa::Kind;
 
-const char* nameOf(Kind kind) {
-    switch (kind) {
-        case Kind::Untyped:
-            return "Untyped";
-        case Kind::Int:
-            return "Int";
-        case Kind::String:
-            return "String";
-        case Kind::LongLong:
-            return "LongLong";
-        case Kind::Double:
-            return "Double";
-        case Kind::Base64:
-            return "Base64";
-        case Kind::Time:
-            return "Time";
-        case Kind::Container:
-            return "Container";
-        case Kind::Unparsed:
-            return "Unparsed";
-    }
-    return "unknown kind";
-}
+struct Look {
+    bool offsets;
+    bool json;
+    int depth;  // of the deepest elements shown
+};
 
-// The word of an element; "@" marks header attributes.
-std::string wordOf(TQABinaryIterator& it) {
-    const auto attribute = IDAttrMap.find(it.curID());
-    if (attribute != IDAttrMap.end()) return "@" + attribute->second;
-    const std::string word = it.curName();
-    return word.empty() ? "-" : word;
-}
-
-// Texts may hold anything; what would move the cursor or ring the bell is written out.
-std::string quoted(std::string_view text) {
-    static const char* const digits = "0123456789abcdef";
-    std::string out = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n') {
-            out += "\\n";
-        } else if (c == '"' || c == '\\') {
-            (out += '\\') += c;
-        } else if (byte < 0x20 || byte == 0x7F) {
-            ((out += "\\x") += digits[byte >> 4]) += digits[byte & 0xF];
-        } else {
-            out += c;
-        }
-    }
-    return out += '"';
-}
-
-std::string valueOf(TQABinaryIterator& it, ElementView element) {
-    if (element.length() == 0 || element.isContainer()) return {};
-    std::string text;
-    switch (element.kind()) {
-        case Kind::Base64:
-            return it.getValueBase64(&text, 0) == 0 ? Base64::encode(text) : text;
-        case Kind::Int:
-        case Kind::LongLong:
-        case Kind::Double:
-            return it.getValue(&text, 0) == 0 ? text : "(cut short)";
-        default:
-            return quoted(element.text());
-    }
-}
-
-void showLine(TQABinaryIterator& it, int depth) {
+std::string textLine(const Walk& walk, int offset, const Look& look) {
     constexpr int kDeepestIndent = 40;
-    const ElementView element = tqa::elementOf(it);
-    std::cout << std::string(static_cast<std::size_t>(2 * std::min(depth, kDeepestIndent)), ' ')
-              << wordOf(it) << " #" << it.curID() << ' ' << nameOf(element.kind());
-    const auto ns = NSIDTextMap.find(element.ns());
-    if (ns != NSIDTextMap.end()) std::cout << " ns=" << ns->second;
-    const std::string value = valueOf(it, element);
-    if (!value.empty()) std::cout << ' ' << value;
-    std::cout << '\n';
+    const ElementView element = walk.element();
+    std::string line;
+    if (look.offsets) {
+        const std::string digits = std::to_string(offset);
+        line = std::string(8 - std::min<std::size_t>(digits.size(), 8), ' ') + digits + "  ";
+    }
+    line.append(static_cast<std::size_t>(2 * std::min(walk.depth(), kDeepestIndent)), ' ');
+    line += painted(Paint::Name, nameOf(element.id())) + ' ' +
+            painted(Paint::Id, "#" + std::to_string(element.id())) + ' ' +
+            painted(Paint::Kind, nameOf(element.kind()));
+    if (element.ns() != 0) line += " ns=" + namespaceOf(element.ns());
+    const std::string value = shownValue(element);
+    if (!value.empty()) line += ' ' + painted(Paint::Text, value);
+    return line += '\n';
 }
 
-void show(TQAMessage& message) {
-    const Iterator cursor(message.newIterator());
-    auto& it = dynamic_cast<TQABinaryIterator&>(*cursor);
-    int depth = 0;
-    for (;;) {
-        showLine(it, depth);
-        if (it.firstChild() == 0) {
-            ++depth;
-            continue;
-        }
-        while (it.nextSibling() != 0) {
-            if (depth == 0) return;
-            it.seekUp();
-            --depth;
-        }
+std::string jsonLine(const Walk& walk, int offset) {
+    const ElementView element = walk.element();
+    std::string line = "{\"depth\":" + std::to_string(walk.depth()) +
+                       ",\"offset\":" + std::to_string(offset) +
+                       ",\"id\":" + std::to_string(element.id());
+    appendJsonElement(line, element);
+    return line += "}\n";
+}
+
+void showMessage(TQAMessage& message, const Look& look) {
+    const ElementView root = rootOf(message);
+    for (Walk walk(root); walk; walk.next(walk.depth() < look.depth)) {
+        const auto offset =
+            static_cast<int>(walk.element().begin() - root.begin()) + tqa::kRootOffset;
+        writeOutput(look.json ? jsonLine(walk, offset) : textLine(walk, offset, look));
     }
+}
+
+Exit show(const Arguments& arguments) {
+    const long depth = std::min<long>(arguments.number("--depth", INT_MAX), INT_MAX);
+    const Look look{arguments.has("--offsets"), arguments.has("--json"), static_cast<int>(depth)};
+    forEachMessage(arguments.text("FILE"),
+                   [&look](TQAMessage& message, Form) { showMessage(message, look); });
+    return kOk;
 }
 
 }  // namespace
 
-void addShow(CLI::App& app) {
-    CLI::App* verb = app.add_subcommand("show", "Show the tree: name, id, kind and value");
-    const auto file = std::make_shared<std::string>();
-    verb->add_option("FILE", *file, "message in XML or binary form")->required();
-    verb->callback(
-        [file] { forEachMessage(*file, [](const Message& message, Form) { show(*message); }); });
+void showTree(TQAMessage& message) {
+    showMessage(message, {false, false, INT_MAX});
+}
+
+Verb showVerb() {
+    return {
+        "show",
+        "show the tree of a message",
+        "Prints one element a line: its name (\"@\" marks header attributes), its identifier, its "
+        "kind, its namespace if it has one, and its value. Texts stand in double quotes, with "
+        "everything written out that would move a terminal's cursor; bytes stand in Base64.\n\n"
+        "With --json each line is an object with the members depth, offset, id, name, ns, kind and "
+        "value or bytes.",
+        {
+            flag("-o,--offsets", "begin each line with the element's place in the binary message"),
+            option("-d,--depth", "N", Takes::Number,
+                   "show the elements that have up to N around them; 0 is the root"),
+            flag("--json", "one JSON object a line"),
+            operand("FILE", Takes::File, "the message, or several in a row"),
+        },
+        {
+            {"tqamsg show --depth 1 request.xml", "the root and what stands directly in it"},
+            {"tqamsg show --offsets request.bin", "where each element lies"},
+        },
+        show,
+    };
 }
 
 }  // namespace tool
