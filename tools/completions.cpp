@@ -48,13 +48,14 @@ std::string quotedFor(const std::string& text, const char* quote) {
 
 // --- bash ---------------------------------------------------------------------------------------
 
-std::string bashValues(const Verb& verb) {
+// What stands in the place of an option's value; file names are left to bash. Without a verb the
+// options are the common ones.
+std::string bashValues(const std::string& verb, const std::vector<Option>& options) {
     std::string cases;
-    for (const Option& option : optionsOf(verb)) {
+    for (const Option& option : options) {
         if (option.takes == Takes::Nothing || option.takes == Takes::File) continue;
         std::vector<std::string> patterns;
-        for (const std::string& name : namesOf(option))
-            patterns.push_back(std::string(verb.name) + "," + name);
+        for (const std::string& name : namesOf(option)) patterns.push_back(verb + "," + name);
         cases += "        " + joined(patterns, " | ") + ") values='" + joined(option.choices, " ") +
                  "' ;;\n";
     }
@@ -71,9 +72,10 @@ std::string bashOptions(const Verb& verb) {
 constexpr char kBashBegin[] = R"(# Completion of tqamsg for bash; made from its table of verbs.
 _tqamsg() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local verb='' word options='' values
+    local verb='' word before='' options='' values
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-        [[ $word == -* ]] || { verb=$word; break; }
+        [[ $word == -* || $before == --color ]] || { verb=$word; break; }
+        before=$word
     done
     COMPREPLY=()
 )";
@@ -144,13 +146,13 @@ std::string fishOption(const Verb& verb, const Option& option) {
 
 std::string bashCompletion() {
     std::string text = kBashBegin;
-    std::string values;
+    std::string values = bashValues("", commonOptions());
     std::string options;
     std::vector<std::string> names = {"--help", "--version"};
     eachVerb([&](const Verb& verb) {
-        values += bashValues(verb);
+        values += bashValues(verb.name, optionsOf(verb));
         options += bashOptions(verb);
-        names.push_back(verb.name);
+        names.emplace_back(verb.name);
     });
     text += "    case $verb,$previous in\n" + values + "    esac\n";
     text +=

@@ -166,7 +166,7 @@ std::string rawValue(ElementView element) {
 }
 
 std::string xmlValue(ElementView element) {
-    const std::string value = rawValue(element);
+    std::string value = rawValue(element);
     switch (element.kind()) {
         case Kind::String:
             return TQABinary::escape(value.c_str());

@@ -42,9 +42,9 @@ Quotes quotesFrom(const std::string& text, std::size_t from) {
 class RequestStory {
   public:
     explicit RequestStory(const std::string& soap)
-        : soap_(soap.c_str()),  // the gateway stops at a zero byte
+        : soap_(soap, 0, soap.find('\0')),  // where the gateway stops
           lower_(lowered(soap_)),
-          envelope_(TQASoapEnvelope::fromText(soap_.c_str())) {}
+          envelope_(TQASoapEnvelope::fromText(soap_.data())) {}
 
     std::string tell() {
         static_cast<void>(tellEnvelope() && tellHeader() && tellOperation() && tellNamespace());

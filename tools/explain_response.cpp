@@ -22,7 +22,8 @@ std::string namespaceStory(TQAMessage& reply) {
         if (first == last)
             return "the base without a version: the session " + inQuotes(session) + " names none";
         const std::string text = session.substr(first + 1, last - first - 1);
-        return versioned(std::atoi(text.c_str()), "the session " + inQuotes(session));
+        return versioned(static_cast<int>(std::strtol(text.c_str(), nullptr, 10)),
+                         "the session " + inQuotes(session));
     }
     int version = 0;
     if (reply.getVersion(&version) == 0) return versioned(version, "the header");

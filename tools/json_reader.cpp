@@ -102,9 +102,6 @@ class Builder {
         checkDocument(document);
         bytes_.resize(tqa::kMessageHeaderSize);
         tqa::writeMessageHeader(bytes_.data());
-        const auto reserved = numberOf(document.value("reserved", json(0)), "reserved",
-                                       std::numeric_limits<std::uint32_t>::max());
-        tqa::store(bytes_.data() + 4, static_cast<std::uint32_t>(reserved));
         try {
             begin(document["root"]);
             while (!open_.empty()) step();
@@ -126,7 +123,7 @@ class Builder {
         if (!document.is_object() || document.value("tqamsg", json(0)) != json(kJsonVersion)) {
             refuse("/: \"tqamsg\" is not " + std::to_string(kJsonVersion));
         }
-        checkMembers(document, {"tqamsg", "reserved", "root"});
+        checkMembers(document, {"tqamsg", "root"});
         if (!document.contains("root")) refuse("/: no \"root\"");
     }
 

@@ -8,8 +8,9 @@
 #include "tools/verbs.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
 #include <optional>
+#include <string_view>
 
 namespace tool {
 
@@ -35,20 +36,50 @@ struct Record {
     }
 };
 
+// Whether the text has the form of the log's times, as far as it goes.
+bool beginsLikeTime(std::string_view text) {
+    constexpr std::string_view kForm = "dddd.dd.dd dd:dd:dd.ddd";
+    return text.size() <= kForm.size() &&
+           std::equal(text.begin(), text.end(), kForm.begin(), [](char c, char form) {
+               return form == 'd' ? c >= '0' && c <= '9' : c == form;
+           });
+}
+
+// Each takes something off the front of a line; false when it is not there.
+
+bool take(std::string_view& line, std::string_view text) {
+    if (!line.starts_with(text)) return false;
+    line.remove_prefix(text.size());
+    return true;
+}
+
+bool takeNumber(std::string_view& line, int* number) {
+    const auto [end, error] = std::from_chars(line.begin(), line.end(), *number);
+    if (error != std::errc()) return false;
+    line.remove_prefix(static_cast<std::size_t>(end - line.begin()));
+    return true;
+}
+
+// What stands before `end`, which goes too.
+bool takeUntil(std::string_view& line, std::string_view end, std::string* text) {
+    const std::size_t at = line.find(end);
+    if (at == std::string_view::npos) return false;
+    *text = line.substr(0, at);
+    line.remove_prefix(at + end.size());
+    return true;
+}
+
 // Reads "T=...; L=(level) ; PID=...; TID=...; message".
 std::optional<Record> recordIn(const std::string& line) {
-    int parts[7];
-    char level[16];
     Record record;
-    int end = 0;
-    const int count =
-        std::sscanf(line.c_str(), "T=%4d.%2d.%2d %2d:%2d:%2d.%3d; L=(%15[a-z]) ; PID=%d; TID=%d;%n",
-                    &parts[0], &parts[1], &parts[2], &parts[3], &parts[4], &parts[5], &parts[6],
-                    level, &record.pid, &record.tid, &end);
-    if (count != 10 || end == 0) return std::nullopt;
-    record.time = line.substr(2, line.find(';') - 2);
-    record.level = level;
-    record.message = line.substr(std::min(static_cast<std::size_t>(end) + 1, line.size()));
+    std::string_view rest = line;
+    const bool isRecord = take(rest, "T=") && takeUntil(rest, "; L=(", &record.time) &&
+                          record.time.size() == 23 && beginsLikeTime(record.time) &&
+                          takeUntil(rest, ") ; PID=", &record.level) &&
+                          takeNumber(rest, &record.pid) && take(rest, "; TID=") &&
+                          takeNumber(rest, &record.tid) && take(rest, "; ");
+    if (!isRecord) return std::nullopt;
+    record.message = rest;
     record.text = line;
     return record;
 }
@@ -112,16 +143,10 @@ class LogReader {
     }
 
   private:
-    // "2006.03.07", with a time of day behind a blank or not: a prefix of the log's own times,
-    // which compare as texts.
+    // A prefix of the log's own times, which compare as texts.
     void checkSince() const {
-        constexpr std::string_view kForm = "dddd.dd.dd dd:dd:dd.ddd";
-        bool fits = since_.empty() || (since_.size() >= 4 && since_.size() <= kForm.size());
-        for (std::size_t i = 0; fits && i < since_.size(); ++i) {
-            const bool isDigit = since_[i] >= '0' && since_[i] <= '9';
-            fits = kForm[i] == 'd' ? isDigit : since_[i] == kForm[i];
-        }
-        if (!fits) throw Failure(kUsage, "--since: '" + since_ + "' is no 2006.03.07 14:05:09");
+        if (since_.empty() || (since_.size() >= 4 && beginsLikeTime(since_))) return;
+        throw Failure(kUsage, "--since: '" + since_ + "' is no 2006.03.07 14:05:09");
     }
 
     void print(const Record& record) {

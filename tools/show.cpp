@@ -32,7 +32,7 @@ std::string textLine(const Walk& walk, int offset, const Look& look) {
         const std::string digits = std::to_string(offset);
         line = std::string(8 - std::min<std::size_t>(digits.size(), 8), ' ') + digits + "  ";
     }
-    line.append(static_cast<std::size_t>(2 * std::min(walk.depth(), kDeepestIndent)), ' ');
+    line.append(2 * static_cast<std::size_t>(std::min(walk.depth(), kDeepestIndent)), ' ');
     line += painted(Paint::Name, nameOf(element.id())) + ' ' +
             painted(Paint::Id, "#" + std::to_string(element.id())) + ' ' +
             painted(Paint::Kind, nameOf(element.kind()));

@@ -226,7 +226,7 @@ class Tap {
         if (framer.isLost() && !wasLost) line(connection, side, " no messages any more");
     }
 
-    void showFrame(const Connection& connection, Side side, std::string& frame) {
+    void showFrame(const Connection& connection, Side side, std::string& frame) const {
         const Message message = newMessage();
         const bool isMessage =
             message->init(frame.data(), static_cast<int>(frame.size())) == 0 && rootOf(*message);
