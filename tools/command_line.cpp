@@ -55,6 +55,8 @@ std::string footerOf(const Verb& verb) {
     std::string text;
     for (const std::string& paragraph : paragraphsOf(verb.description))
         text += (text.empty() ? "" : "\n") + wrapped(paragraph);
+    for (const Option& option : commonOptions())
+        text += "\nFor every verb: " + option.names + " " + option.value + "\n";
     if (!verb.examples.empty()) text += "\nExamples:\n";
     for (const Example& example : verb.examples)
         text += std::string("  ") + example.command + "\n      " + example.what + "\n";

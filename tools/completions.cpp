@@ -55,7 +55,8 @@ std::string bashValues(const std::string& verb, const std::vector<Option>& optio
     for (const Option& option : options) {
         if (option.takes == Takes::Nothing || option.takes == Takes::File) continue;
         std::vector<std::string> patterns;
-        for (const std::string& name : namesOf(option)) patterns.push_back(verb + "," + name);
+        for (const std::string& name : namesOf(option))
+            patterns.push_back(std::string(verb).append(",").append(name));
         cases += "        " + joined(patterns, " | ") + ") values='" + joined(option.choices, " ") +
                  "' ;;\n";
     }

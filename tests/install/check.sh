@@ -73,6 +73,11 @@ use_pkg_config() {
 
 use_tool() {
     "$prefix/bin/tqamsg" --help >/dev/null || fail 'the installed tool does not run'
+    local file
+    for file in man/man1/tqamsg.1 man/man1/tqamsg-show.1 bash-completion/completions/tqamsg \
+        zsh/vendor-completions/_tqamsg fish/vendor_completions.d/tqamsg.fish; do
+        [[ -s $prefix/share/$file ]] || fail "share/$file is not installed"
+    done
 }
 
 use_own_host() {

@@ -249,8 +249,8 @@ std::map<int, std::string> streamsOf(const std::string& capture) {
 // Starts a tap before the script and waits for it behind it.
 std::string tapped(const Folder& folder, const std::string& options, const std::string& script) {
     const std::string tap = folder.path("tap");
-    return "tqamsg tap --listen unix:" + tap + " --connect unix:" + folder.path("operator") + " " +
-           options + " > " + folder.path("out") + " & for i in {1..200}; do [ -S " + tap +
+    return TQA_TOOL " tap --listen unix:" + tap + " --connect unix:" + folder.path("operator") +
+           " " + options + " > " + folder.path("out") + " & for i in {1..200}; do [ -S " + tap +
            " ] && break; sleep 0.05; done; " + script + "; wait $!";
 }
 
@@ -307,7 +307,7 @@ TEST(ToolTap, ShowsTreesAndWhatIsNoMessage) {
 
 TEST(ToolTap, EndsWithASignalAndRemovesItsSocket) {
     Folder folder;
-    const Result result = run(tapped(folder, "", "kill -TERM $(pgrep -P $!)") + "; echo $?; [ -S " +
+    const Result result = run(tapped(folder, "", "kill -TERM $!") + "; echo $?; [ -S " +
                               folder.path("tap") + " ] || echo gone");
     EXPECT_EQ(result.output, "0\ngone\n");
 }
