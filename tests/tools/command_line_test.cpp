@@ -145,7 +145,7 @@ TEST(ToolGenerated, IsWhatTheToolWritesNow) {
 }
 
 TEST(ToolGenerated, ManualPagesNameEveryVerbAndOption) {
-    const std::string main = contentOf(kGenerated + "/man1/tqamsg.1");
+    const std::string main = bytesIn(kGenerated + "/man1/tqamsg.1");
     for (const std::string& verb : verbs()) {
         const std::string page = run("MANPAGER=cat MANWIDTH=200 man -l " + kGenerated +
                                      "/man1/tqamsg-" + verb + ".1 | col -b")
@@ -206,8 +206,8 @@ TEST(ToolGenerated, ZshAndFishCompleteToo) {
         EXPECT_EQ(run(source + "'tqamsg sho'\"").output, "show\tshow the tree of a message\n");
         EXPECT_EQ(run(source + "'tqamsg gen --to j'\"").output, "json\tform of the output (bin)\n");
     }
-    const std::string zsh = contentOf(kGenerated + "/zsh/_tqamsg");
-    const std::string fish = contentOf(kGenerated + "/fish/tqamsg.fish");
+    const std::string zsh = bytesIn(kGenerated + "/zsh/_tqamsg");
+    const std::string fish = bytesIn(kGenerated + "/fish/tqamsg.fish");
     for (const std::string& verb : verbs()) {
         EXPECT_NE(zsh.find("            " + verb + ")\n"), std::string::npos) << verb;
         for (const std::string& option : optionsOf(verb)) {

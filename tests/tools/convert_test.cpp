@@ -15,7 +15,7 @@ TEST(ToolConvert, GoesToBinaryAndBackToTheSameText) {
     for (const std::string& file : {kRequest, kReply}) {
         const Result result = run("tqamsg convert xml:bin " + file + " | tqamsg convert bin:xml -");
         EXPECT_EQ(result.status, 0);
-        EXPECT_EQ(result.output, contentOf(file));
+        EXPECT_EQ(result.output, bytesIn(file));
     }
 }
 
@@ -23,13 +23,13 @@ TEST(ToolConvert, ConvertsEachMessageOfAStream) {
     const Result result = run("(tqamsg convert xml:bin " + kRequest + "; tqamsg convert xml:bin " +
                               kReply + ") | tqamsg convert bin:xml -");
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output, contentOf(kRequest) + contentOf(kReply));
+    EXPECT_EQ(result.output, bytesIn(kRequest) + bytesIn(kReply));
 }
 
 TEST(ToolConvert, WritesTheSameJsonEveryTime) {
     const Result result = run("tqamsg convert hex:json " + kMessages + "/typed.hex");
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output, contentOf(kToolData + "/typed.json"));
+    EXPECT_EQ(result.output, bytesIn(kToolData + "/typed.json"));
 }
 
 TEST(ToolConvert, WritesHexInRowsOfSixteen) {
@@ -81,7 +81,7 @@ TEST(ToolConvert, GivesTheBytesOfDamagedMessagesBackFromJson) {
 }
 
 TEST(ToolConvert, MakesJsonThatItsDocumentShows) {
-    const std::string document = contentOf(TQA_DOCS_DIR "/json.md");
+    const std::string document = bytesIn(TQA_DOCS_DIR "/json.md");
     const auto block = [&](const std::string& language) {
         const std::string fence = "```" + language + "\n";
         const std::size_t start = document.find(fence) + fence.size();

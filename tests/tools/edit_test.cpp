@@ -54,7 +54,7 @@ TEST(ToolGet, PrintsValuesOfEveryKindAsTheyAre) {
     const std::string file = kMessages + "/typed.hex";
     const Result result = run("tqamsg get --all -r '*/*/*' " + file);
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output, contentOf(kToolData + "/typed.values.bin"));
+    EXPECT_EQ(result.output, bytesIn(kToolData + "/typed.values.bin"));
 }
 
 TEST(ToolGet, SaysNoWhenNoMessageHasTheElement) {

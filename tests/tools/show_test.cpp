@@ -21,7 +21,7 @@ TEST(ToolShow, TellsNameIdKindAndValueOfEachElement) {
 TEST(ToolShow, TellsEveryKindAndTheNamespaces) {
     const Result result = run("tqamsg show " + kMessages + "/typed.hex");
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output, contentOf(kToolData + "/typed.show.txt"));
+    EXPECT_EQ(result.output, bytesIn(kToolData + "/typed.show.txt"));
 }
 
 TEST(ToolShow, WritesOutWhatWouldMoveTheCursor) {

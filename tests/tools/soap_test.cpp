@@ -26,15 +26,15 @@ std::string told(const std::string& story, const std::string& step) {
 
 TEST(ToolSoapRequest, WritesTheMessageOrTheFault) {
     EXPECT_EQ(run("tqamsg soap-request " + kSoap + "/prefixed.request.xml").output,
-              contentOf(kSoap + "/prefixed.message.xml"));
+              bytesIn(kSoap + "/prefixed.message.xml"));
     const Result fault =
         run("tqamsg soap-request " + kSoap + "/no_operator.request.xml 2> /dev/null");
     EXPECT_EQ(fault.status, 3);
-    EXPECT_EQ(fault.output, contentOf(kSoap + "/no_operator.fault.xml") + "\n");
+    EXPECT_EQ(fault.output, bytesIn(kSoap + "/no_operator.fault.xml") + "\n");
     EXPECT_EQ(run("tqamsg soap-request --binary " + kSoap +
                   "/prefixed.request.xml | tqamsg convert bin:xml -")
                   .output,
-              contentOf(kSoap + "/prefixed.message.xml"));
+              bytesIn(kSoap + "/prefixed.message.xml"));
 }
 
 TEST(ToolSoapRequest, ExplainsWhichRuleFoundWhat) {
@@ -112,7 +112,7 @@ TEST(ToolSoapResponse, WritesTheResponseInEitherVersion) {
         const Result result = run("tqamsg soap-response --soap " + std::string(version) + " " +
                                   kSoap + "/reply.reply.xml");
         EXPECT_EQ(result.status, 0);
-        EXPECT_EQ(result.output, contentOf(kSoap + "/reply." + name + ".xml") + "\n");
+        EXPECT_EQ(result.output, bytesIn(kSoap + "/reply." + name + ".xml") + "\n");
     }
 }
 

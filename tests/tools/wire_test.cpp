@@ -110,7 +110,7 @@ TEST(ToolSend, PrintsAnAnswerForEachMessage) {
     const Result result = run("cat " + kRequest + " " + kReply + " | tqamsg send --unix " +
                               folder.path("socket") + " -");
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output, contentOf(kRequest) + contentOf(kReply));
+    EXPECT_EQ(result.output, bytesIn(kRequest) + bytesIn(kReply));
 }
 
 TEST(ToolSend, SpeaksTcpAndText) {
@@ -269,10 +269,10 @@ TEST(ToolTap, PassesEverythingOnAndShowsIt) {
     const std::string pair = "[0-9:.]+ #1 > " + std::to_string(bytes.size()) +
                              " bytes id=\"c4001\" target=\"vem\" vem/get_info\n"
                              "[0-9:.]+ #1 < 63 bytes id=\"1\" vem/veid\n";
-    EXPECT_TRUE(std::regex_match(contentOf(folder.path("out")), std::regex(pair + pair)))
-        << contentOf(folder.path("out"));
+    EXPECT_TRUE(std::regex_match(bytesIn(folder.path("out")), std::regex(pair + pair)))
+        << bytesIn(folder.path("out"));
 
-    const auto streams = streamsOf(contentOf(folder.path("pcap")));
+    const auto streams = streamsOf(bytesIn(folder.path("pcap")));
     ASSERT_EQ(streams.size(), 2U);
     EXPECT_EQ(streams.at(40000), bytes + bytes);
     EXPECT_EQ(streams.at(4646), withZero(kAnswer) + withZero(kAnswer));
@@ -288,9 +288,9 @@ TEST(ToolTap, PassesLargeMessagesOnWhole) {
                    "tqamsg send --unix " + folder.path("tap") + " " + folder.path("large") +
                        " | cmp - " + folder.path("large")));
     EXPECT_EQ(result.status, 0) << result.output;
-    const auto streams = streamsOf(contentOf(folder.path("pcap")));
-    EXPECT_EQ(streams.at(40000), contentOf(folder.path("large")));
-    EXPECT_EQ(streams.at(4646), contentOf(folder.path("large")));
+    const auto streams = streamsOf(bytesIn(folder.path("pcap")));
+    EXPECT_EQ(streams.at(40000), bytesIn(folder.path("large")));
+    EXPECT_EQ(streams.at(4646), bytesIn(folder.path("large")));
 }
 
 TEST(ToolTap, ShowsTreesAndWhatIsNoMessage) {
@@ -299,10 +299,10 @@ TEST(ToolTap, ShowsTreesAndWhatIsNoMessage) {
                         operatorThat([](const std::string&) { return withZero("hello"); }));
     run(tapped(folder, "--once --show",
                "echo '<packet/>' | tqamsg send --unix " + folder.path("tap") + " - 2> /dev/null"));
-    EXPECT_TRUE(std::regex_match(contentOf(folder.path("out")),
+    EXPECT_TRUE(std::regex_match(bytesIn(folder.path("out")),
                                  std::regex("[0-9:.]+ #1 > 24 bytes\npacket #1398 Untyped\n"
                                             "[0-9:.]+ #1 < 6 bytes, malformed\n")))
-        << contentOf(folder.path("out"));
+        << bytesIn(folder.path("out"));
 }
 
 TEST(ToolTap, EndsWithASignalAndRemovesItsSocket) {
@@ -331,7 +331,7 @@ TEST(ToolTap, FailsWhenItCannotListenOrConnect) {
 TEST(ToolGen, MakesTheSameMessagesEverywhere) {
     const Result result = run("tqamsg gen --seed 7 --count 3 --to json");
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.output, contentOf(kToolData + "/gen_7.json"));
+    EXPECT_EQ(result.output, bytesIn(kToolData + "/gen_7.json"));
 }
 
 TEST(ToolGen, MakesMessagesThatTheStrictCheckAccepts) {

@@ -45,7 +45,7 @@ Result runWithErrors(const std::string& script) {
     return run("(" + script + ") 2>&1");
 }
 
-std::string contentOf(const std::string& file) {
+std::string bytesIn(const std::string& file) {
     std::ifstream in(file, std::ios::binary);
     EXPECT_TRUE(in) << file;
     return {std::istreambuf_iterator<char>(in), {}};

@@ -18,7 +18,7 @@ Result run(const std::string& script);
 // The same with standard error in the output.
 Result runWithErrors(const std::string& script);
 
-std::string contentOf(const std::string& file);
+std::string bytesIn(const std::string& file);
 
 // A folder that is removed with all in it.
 class Folder {
