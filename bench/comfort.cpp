@@ -63,11 +63,24 @@ long long veByName(tqa::Cursor ve) {
     return sum + number<int>(disk, "diskspace") + number<int>(disk, "inodes");
 }
 
+// In one pass over the fields, as msgpack's are walked.
 long long process(tqa::Cursor process) {
-    return number<int>(process, tqa::Tag_pid) + text(process, tqa::Tag_user) +
-           number<int>(process, tqa::Tag_nice) + number<long long>(process, tqa::Tag_memory) +
-           number<int>(process, tqa::Tag_time) + text(process, tqa::Tag_state) +
-           text(process, tqa::Tag_name) + text(process, tqa::Tag_argv);
+    long long sum = 0;
+    for (const auto field : tqa::children(process)) {
+        switch (field.id()) {
+            case tqa::Tag_pid:
+            case tqa::Tag_nice:
+            case tqa::Tag_time:
+                sum += field.get<int>().value_or(0);
+                break;
+            case tqa::Tag_memory:
+                sum += field.get<long long>().value_or(0);
+                break;
+            default:
+                sum += static_cast<long long>(field.get<std::string_view>().value_or("").size());
+        }
+    }
+    return sum;
 }
 
 template <class Each>

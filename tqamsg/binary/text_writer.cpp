@@ -67,22 +67,16 @@ char* writeShortText(ElementView element, const char* readable, char* to) {
 }
 
 char* writeShortValue(ElementView element, const char* readable, char* to) {
-    switch (element.kind()) {
-        case Kind::Int: {
-            std::int32_t value = 0;
-            return element.number(&value) ? writeInteger(to, value) : nullptr;
-        }
-        case Kind::LongLong: {
-            std::int64_t value = 0;
-            return element.number(&value) ? writeInteger(to, value) : nullptr;
-        }
-        case Kind::Untyped:
-        case Kind::Time:
-        case Kind::String:
-            return writeShortText(element, readable, to);
-        default:
-            return nullptr;
+    const Kind kind = element.kind();
+    if (kind == Kind::Int) {
+        std::int32_t value = 0;
+        return element.number(&value) ? writeInteger(to, value) : nullptr;
     }
+    if (kind == Kind::Untyped || kind == Kind::String || kind == Kind::Time) {
+        return writeShortText(element, readable, to);
+    }
+    std::int64_t value = 0;
+    return kind == Kind::LongLong && element.number(&value) ? writeInteger(to, value) : nullptr;
 }
 
 // The first child of an element that prints as its attribute; empty when there is none.

@@ -162,17 +162,9 @@ std::optional<double> readUnsigned(std::string_view text) {
 
 }  // namespace
 
-long textToLong(std::string_view text) noexcept {
+long readLong(std::string_view text) noexcept {
     static_assert(sizeof(long) == sizeof(long long), "saturation is that of long long");
-    // Most texts are a few digits from their first byte on.
-    constexpr std::size_t kFew = 18;
     long long value = 0;
-    std::size_t digits = 0;
-    for (; digits < std::min(kFew, text.size()) && isDigit(text[digits]); ++digits)
-        value = value * 10 + (text[digits] - '0');
-    if (digits > 0 && digits < kFew) return static_cast<long>(value);
-
-    value = 0;
     takeInteger(text, &value);
     return static_cast<long>(value);
 }
