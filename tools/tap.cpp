@@ -94,6 +94,11 @@ struct Connection {
     bool isOver() const { return flows[0].isShut && flows[1].isShut; }
 };
 
+std::unique_ptr<PcapFile> captureIn(const Arguments& arguments) {
+    if (!arguments.has("--write")) return nullptr;
+    return std::make_unique<PcapFile>(arguments.text("--write"));
+}
+
 class Tap {
   public:
     explicit Tap(const Arguments& arguments)
@@ -101,9 +106,8 @@ class Tap {
           target_(arguments.text("--connect")),
           isShown_(arguments.has("--show")),
           isOnce_(arguments.has("--once")),
-          listener_(listenAt(listen_)) {
-        if (arguments.has("--write")) pcap_.emplace(arguments.text("--write"));
-    }
+          pcap_(captureIn(arguments)),
+          listener_(listenAt(listen_)) {}
 
     Tap(const Tap&) = delete;
     Tap& operator=(const Tap&) = delete;
@@ -245,8 +249,8 @@ class Tap {
     const std::string target_;
     const bool isShown_;
     const bool isOnce_;
+    const std::unique_ptr<PcapFile> pcap_;
     const Descriptor listener_;
-    std::optional<PcapFile> pcap_;
     std::list<Connection> connections_;
     long count_ = 0;
 };
