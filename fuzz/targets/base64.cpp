@@ -2,6 +2,8 @@
 
 #include "tqamsg/util/base64.h"
 
+#include "tqamsg/util/base64_forms.h"
+
 #include "fuzz/support.h"
 #include "fuzz/target.h"
 
@@ -40,7 +42,29 @@ static std::optional<std::string> plainDecode(std::string_view text) {
     return out;
 }
 
+// Every form that this processor has does what the plain one does.
+static void inEveryForm(std::string_view input) {
+    const std::size_t bytes = input.size() / 3;
+    const std::size_t texts = input.size() / 4;
+    std::string text(4 * bytes, 'x');
+    std::string decoded(3 * texts, 'x');
+    const tqa_test::Block exactBytes(input.substr(0, 3 * bytes));
+    const tqa_test::Block exactText(input.substr(0, 4 * texts));
+    const auto* const from = reinterpret_cast<const unsigned char*>(exactBytes.data());
+    tqa::base64EncodePlain(from, bytes, text.data());
+    const std::size_t done = tqa::base64DecodePlain(exactText.data(), texts, decoded.data());
+    for (const tqa::Base64Form& form : tqa::base64Forms()) {
+        const tqa_test::Block otherText(std::string(text.size(), 'y'));
+        form.encode(from, bytes, otherText.data());
+        EXPECT_EQ(std::string_view(otherText.data(), text.size()), text) << form.name;
+        const tqa_test::Block otherBytes(std::string(decoded.size(), 'y'));
+        EXPECT_EQ(form.decode(exactText.data(), texts, otherBytes.data()), done) << form.name;
+        EXPECT_EQ(std::string_view(otherBytes.data(), 3 * done), decoded.substr(0, 3 * done));
+    }
+}
+
 TQA_TARGET(base64) {
+    inEveryForm(input);
     const std::string bytes(input);
     EXPECT_EQ(plainDecode(Base64::encode(bytes)), bytes);
     EXPECT_EQ(Base64::decode(Base64::encode(bytes)), bytes);
