@@ -314,12 +314,29 @@ TEST(Verify, RecursesNotAsDeepAsTheMessage) {
     });
 }
 
-TEST(Verify, RecursesNotAsDeepAsRawElementsHoldEachOther) {
+// A message in a raw element in a message, so many times.
+std::string rawInRaw(int levels) {
     std::string inner = message(container(tqa::Tag_ve));
-    for (int level = 0; level < 1000; ++level) {
+    for (int level = 0; level < levels; ++level) {
         inner = message(container(tqa::Tag_ve, element(0, Kind::Unparsed, inner)));
     }
-    onSmallStack([&] { EXPECT_EQ(faultIn(inner), Fault::None); });
+    return inner;
+}
+
+TEST(Verify, RefusesRawElementsThatHoldOneAnotherTooDeep) {
+    EXPECT_EQ(faultIn(rawInRaw(tqa::kMaxRawDepth)), Fault::None);
+    const Report report = check(rawInRaw(tqa::kMaxRawDepth + 1));
+    EXPECT_EQ(report.fault, Fault::RawTooDeep);
+    EXPECT_EQ(report.path.substr(0, 12), "ve/#0/ve/#0/");
+    onSmallStack([] { EXPECT_EQ(faultIn(rawInRaw(1000)), Fault::RawTooDeep); });
+}
+
+TEST(Verify, CountsOnlyRawElementsAroundOneAnother) {
+    std::string raws;
+    for (int i = 0; i < 2 * tqa::kMaxRawDepth; ++i) {
+        raws += element(0, Kind::Unparsed, rawInRaw(1));
+    }
+    EXPECT_EQ(faultInPacket(raws), Fault::None);
 }
 
 #if TQA_CAN_STARVE

@@ -32,6 +32,8 @@ const char* textOf(Fault fault) {
             return "a text does not end in a zero byte";
         case Fault::Unnamed:
             return "an element without a name";
+        case Fault::RawTooDeep:
+            return "raw elements hold one another too deep";
         case Fault::NoMemory:
             break;
     }
@@ -154,6 +156,7 @@ class Check {
             while (at == range.end) {
                 if (open_.empty()) return 0;
                 at = open_.top().end();
+                if (!open_.top().isContainer()) --rawDepth_;
                 open_.pop();
                 range = open_.empty() ? whole : inside(open_.top());
             }
@@ -165,6 +168,9 @@ class Check {
             if (report_ != nullptr && isUnknown(element)) noteUnknown(element);
             at = element.end();
             if (!holdsElements(element)) continue;
+            if (!element.isContainer() && ++rawDepth_ > kMaxRawDepth) {
+                return fail(Fault::RawTooDeep, element.begin(), element);
+            }
             if (!open_.push(element)) return fail(Fault::NoMemory, element.begin(), {});
             range = inside(element);
             at = range.begin;
@@ -227,6 +233,7 @@ class Check {
     const char* message_;
     int len_;
     Report* report_;
+    int rawDepth_ = 0;
     SmallStack<ElementView, 32> open_;
 };
 

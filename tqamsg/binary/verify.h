@@ -18,6 +18,10 @@
 
 namespace tqa {
 
+// Raw elements may hold binary messages with raw elements in them. Expanding each costs as much as
+// all that is left of the message, so somebody who walks with kExpandRaw pays for every level.
+inline constexpr int kMaxRawDepth = 16;
+
 // What is wrong with a message. Frozen values; new ones are added at the end.
 enum class Fault {
     None = 0,
@@ -31,6 +35,7 @@ enum class Fault {
     NoZeroByte = 8,     // a text does not end in a zero byte
     Unnamed = 9,        // an element without an id that is not Unparsed
     NoMemory = 10,      // the check itself ran out of memory
+    RawTooDeep = 11,    // raw elements hold one another more than kMaxRawDepth deep
 };
 
 // The first fault in the order of the bytes, and what was noticed before it.
