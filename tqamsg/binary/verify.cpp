@@ -136,7 +136,9 @@ class Check {
     int run() {
         const Fault fault = frameFault();
         if (fault != Fault::None) return fail(fault, message_, {});
-        return walk({message_ + kRootOffset, message_ + len_});
+        range_ = wholeRange();
+        at_ = range_.begin;
+        return walk();
     }
 
   private:
@@ -148,34 +150,45 @@ class Check {
         return size == len_ ? Fault::None : Fault::TrailingBytes;
     }
 
-    // Looks at each element in the order of the bytes. What is open is around the next one.
-    int walk(Range range) {
-        const Range whole = range;
-        const char* at = range.begin;
-        for (;;) {
-            while (at == range.end) {
-                if (open_.empty()) return 0;
-                at = open_.top().end();
-                if (!open_.top().isContainer()) --rawDepth_;
-                open_.pop();
-                range = open_.empty() ? whole : inside(open_.top());
-            }
-            const ElementView element = ElementView::find(at, range.end);
-            if (!element) return fail(Fault::DoesNotFit, at, {});
-            if (const Fault fault = faultOf(element); fault != Fault::None) {
-                return fail(fault, at, element);
-            }
-            if (report_ != nullptr && isUnknown(element)) noteUnknown(element);
-            at = element.end();
-            if (!holdsElements(element)) continue;
-            if (!element.isContainer() && ++rawDepth_ > kMaxRawDepth) {
-                return fail(Fault::RawTooDeep, element.begin(), element);
-            }
-            if (!open_.push(element)) return fail(Fault::NoMemory, element.begin(), {});
-            range = inside(element);
-            at = range.begin;
+    // Looks at each element in the order of the bytes.
+    int walk() {
+        while (leaveEnded()) {
+            const ElementView element = ElementView::find(at_, range_.end);
+            Fault fault = element ? faultOf(element) : Fault::DoesNotFit;
+            if (fault == Fault::None) fault = pass(element);
+            if (fault != Fault::None) return fail(fault, at_, element);
         }
+        return 0;
     }
+
+    // Steps out of the elements that end here; false behind the root.
+    bool leaveEnded() {
+        while (at_ == range_.end) {
+            if (open_.empty()) return false;
+            const ElementView ended = open_.top();
+            at_ = ended.end();
+            if (!ended.isContainer()) --rawDepth_;
+            open_.pop();
+            range_ = open_.empty() ? wholeRange() : inside(open_.top());
+        }
+        return true;
+    }
+
+    // Steps over a sound element, or into it.
+    Fault pass(ElementView element) {
+        if (report_ != nullptr && isUnknown(element)) noteUnknown(element);
+        if (!holdsElements(element)) {
+            at_ = element.end();
+            return Fault::None;
+        }
+        if (!element.isContainer() && ++rawDepth_ > kMaxRawDepth) return Fault::RawTooDeep;
+        if (!open_.push(element)) return Fault::NoMemory;
+        range_ = inside(element);
+        at_ = range_.begin;
+        return Fault::None;
+    }
+
+    Range wholeRange() const { return {message_ + kRootOffset, message_ + len_}; }
 
     int fail(Fault fault, const char* at, ElementView element) {
         if (report_ != nullptr) {
@@ -233,8 +246,10 @@ class Check {
     const char* message_;
     int len_;
     Report* report_;
-    int rawDepth_ = 0;
-    SmallStack<ElementView, 32> open_;
+    const char* at_ = nullptr;          // where the next element is to start
+    Range range_ = {};                  // in which it lies
+    SmallStack<ElementView, 32> open_;  // what is around it
+    int rawDepth_ = 0;                  // raw elements among these
 };
 
 }  // namespace
