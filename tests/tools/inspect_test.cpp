@@ -208,13 +208,13 @@ TEST(ToolLog, WritesRecordsAsJson) {
 
 TEST(ToolLog, ReadsWhatTheLoggerWrites) {
     Folder folder;
-    tqa::setAgentLogPath(folder.path("").c_str());
+    const std::string directory = folder.path("");
+    Logger logger(directory.c_str());
     debug_level = 4;
-    Log.put(3, "veid %d", 101);
-    Log.put(1, "%s", std::string(10000, 'x').c_str());
-    Log.put(4, "behind the line that was cut");
+    logger.put(3, "veid %d", 101);
+    logger.put(1, "%s", std::string(10000, 'x').c_str());
+    logger.put(4, "behind the line that was cut");
     debug_level = -1;
-    tqa::setAgentLogPath(".");
     const Result result = run("tqamsg log --json " + folder.path("*-compat.log") +
                               " | sed 's/.*\"message\":\"//' | cut -c 1-40");
     EXPECT_EQ(result.output,

@@ -186,11 +186,11 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     template <auto read, class Value>
     int get(int id, Value* value);
     template <auto read, class Value>
-    int getAnywhere(int id, Value* value);
+    TQA_LOCAL int getAnywhere(int id, Value* value);
     template <auto read, class Value>
-    int getAt(const std::string& name, Value* value);
+    TQA_LOCAL int getAt(const std::string& name, Value* value);
     template <auto read, class Value>
-    int getAlong(const std::string& name, Value* value);
+    TQA_LOCAL int getAlong(const std::string& name, Value* value);
 
     // Frozen order.
     std::uint32_t policy;

@@ -40,7 +40,7 @@ inline int readString(ElementView element, std::string* value) {
                                            : convertToString(element, value);
 }
 
-int readDouble(ElementView element, double* value);
+TQA_API int readDouble(ElementView element, double* value);
 TQA_API int readTime(ElementView element, long* value);
 // Whether the text of the value is neither "0" nor "false" nor empty.
 TQA_API int readBool(ElementView element, bool* value);
