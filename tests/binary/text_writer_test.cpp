@@ -8,9 +8,11 @@
 
 #include "tests/support/fake_message.h"
 #include "tests/support/messages.h"
+#include "tests/support/plain_text.h"
 #include "tests/util/out_of_memory.h"
 
 #include <limits>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -46,6 +48,7 @@ using tqa_test::Message;
 using tqa_test::message;
 using tqa_test::number;
 using tqa_test::parse;
+using tqa_test::plainText;
 using tqa_test::stringElement;
 using tqa_test::text;
 
@@ -216,6 +219,45 @@ TEST(TextWriter, AttributesAreFoundAmongTheChildren) {
               "<data id=\"d\">\n"
               "</data>\n"
               "</packet>\n");
+}
+
+// Trees of small containers, and of small ones in large ones, in which every so many elements one
+// is an attribute, at any place and depth.
+std::string treeWithAttributes(std::mt19937& random, int depth, std::uint_fast32_t oneIn) {
+    std::string children;
+    for (auto left = random() % 9; left > 0; --left) {
+        switch (random() % (depth > 0 ? 5 : 3)) {
+            case 0:
+                children +=
+                    random() % oneIn == 0 ? intElement(Attr_uid, 7) : intElement(tqa::Tag_id, 8);
+                break;
+            case 1:
+                children += stringElement(tqa::Tag_name, std::string(random() % 80, 'x'));
+                break;
+            case 2:
+                children += element(Tag_list, Kind::Untyped);
+                break;
+            default:
+                children += treeWithAttributes(random, depth - 1, oneIn);
+        }
+    }
+    // The second word is too long for the quick way.
+    return container(random() % 3 != 0 ? tqa::Tag_vem : tqa::Tag_template_consistency, children);
+}
+
+TEST(TextWriter, FindsAttributesAtEveryPlaceAndDepth) {
+    std::mt19937 random(20061);
+    for (int i = 0; i < 2000; ++i) {
+        const int depth = static_cast<int>(random() % 9);
+        const auto oneIn = 1 + random() % 40;
+        const std::string sent =
+            message(container(Tag_packet, treeWithAttributes(random, depth, oneIn) +
+                                              treeWithAttributes(random, depth, oneIn)));
+        const Message m = load(sent);
+        EXPECT_EQ(text(m), plainText(sent, false, ""));
+        const tqa::CText spaced(m->toText(nullptr, true, "urn:"));
+        EXPECT_EQ(spaced.get(), plainText(sent, true, "urn:"));
+    }
 }
 
 TEST(TextWriter, AnElementWithAttributesOnlyHasAnEndTag) {

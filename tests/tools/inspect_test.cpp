@@ -211,10 +211,12 @@ TEST(ToolLog, ReadsWhatTheLoggerWrites) {
     const std::string directory = folder.path("");
     Logger logger(directory.c_str());
     debug_level = 4;
+    testing::internal::CaptureStderr();
     logger.put(3, "veid %d", 101);
     logger.put(1, "%s", std::string(10000, 'x').c_str());
     logger.put(4, "behind the line that was cut");
     debug_level = -1;
+    testing::internal::GetCapturedStderr();
     const Result result = run("tqamsg log --json " + folder.path("*-compat.log") +
                               " | sed 's/.*\"message\":\"//' | cut -c 1-40");
     EXPECT_EQ(result.output,
