@@ -12,6 +12,7 @@ stands behind its fence:
     sh              commands, run where the programs of the document lie; in them g++ and pkg-config
                     give the compiler and the flags above
     WORD output     what the function or the commands before it print
+    text            nothing to run
 
 Any other block is a fault, and so are a function and commands that no output follows: nothing in
 the document goes unchecked.
@@ -64,6 +65,8 @@ def read(document):
                 programs[name] = programs.get(name, "") + source
             case ["cpp"] | ["sh"]:
                 runs.append([block, None])
+            case ["text"]:
+                pass
             case [_, "output"] if runs and runs[-1][1] is None:
                 runs[-1][1] = block
             case words:
