@@ -18,6 +18,7 @@ using tqa_test::create;
 using tqa_test::Cursor;
 using tqa_test::cursor;
 using tqa_test::Message;
+using tqa_test::text;
 
 constexpr int kIds[] = {tqa::Tag_data, tqa::Tag_ve,  tqa::Tag_veid, tqa::Tag_list,
                         tqa::Tag_cpu,  tqa::Tag_vem, 1 << 20,       (1 << 20) + 64};
@@ -150,6 +151,24 @@ TEST(QuickEdits, AChildIsFoundBehindOneThatGrew) {
     int value = 0;
     EXPECT_EQ(it->getValue(&value, tqa::Tag_list), 0);
     EXPECT_EQ(value, 7);
+}
+
+TEST(QuickEdits, AChildIsFoundThatCameSinceALookUpEndedWhereAnEmptyElementEnds) {
+    const Message m = create("packet");
+    const Cursor it = cursor(m);
+    // The look-up for it ends behind a child of 32 bytes.
+    it->putValue(std::string(11, 'x'), tqa::Tag_ve);
+    it->firstChild();
+    it->deleteFromChild();
+    // Two children of 16 bytes end there too; the last gets a child where the look-up ended.
+    it->newChild(tqa::Tag_veid, 0);
+    it->seekUp();
+    it->newChild(tqa::Tag_data, 0);
+    it->putValue(5, tqa::Tag_list);
+    it->seekUp();
+    EXPECT_EQ(it->seekPresence(tqa::Tag_veid), 0);
+    it->putValue(7, tqa::Tag_veid);
+    EXPECT_EQ(text(m), "<packet>\n<veid>7</veid>\n<data>\n<list>5</list>\n</data>\n</packet>\n");
 }
 
 TEST(QuickEdits, ManyChildrenAreReplacedNotAddedTwice) {

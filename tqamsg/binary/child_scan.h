@@ -29,7 +29,12 @@ class ChildScan {
     // The same below `parent`, an element of `record`.
     [[gnu::always_inline]] ElementView find(ElementView parent, int id,
                                             const TQABinaryInternals& record) {
-        if (!parent || !parent.isContainer()) return {};
+        if (!parent || !parent.isContainer()) {
+            // Its first child may be appended where the children of another element ended that was
+            // looked through long ago; passAppended() must not take that look for the present one.
+            forget();
+            return {};
+        }
         start(parent, record);
         return find(id, record);
     }
@@ -42,7 +47,7 @@ class ChildScan {
 
     // After find() found nothing: a child was appended at `offset`, where the children ended.
     void passAppended(int id, std::int32_t offset, const TQABinaryInternals& record) {
-        if (next_ != offset) return;
+        if (serial_ != record.serial || next_ != offset) return;
         pass(id, record.used - offset);
         end_ = record.used;
         version_ = record.version;
