@@ -38,6 +38,7 @@ int TQABinary::setField(int id, int value) {
 
 // The text is followed by a zero byte.
 int TQABinary::setField(int id, std::string_view text) {
+    if (text.size() >= static_cast<std::size_t>(tqa::kMaxCapacity)) return -1;
     const int length = static_cast<int>(text.size());
     if (overwriteField(id, tqa::Kind::String, text.data(), length + 1)) return 0;
     return TQABinaryIterator(this).putValue(text.data(), length, id);
