@@ -128,6 +128,24 @@ TEST(BinaryIterator, NamesAreTagWords) {
 
 // --- staying valid ------------------------------------------------------------------------------
 
+TEST(Validation, AnIteratorThatDeletedChecksWhatOthersMovedSince) {
+    const Message m = parse("<packet><list/><data><ve/></data></packet>");
+    const Cursor it = cursorAt(m, "data/ve");
+    ASSERT_EQ(it->deleteFromChild(), 0);
+    cursorAt(m, "list")->newChild(tqa::Tag_veid, 0);
+    const std::string before = bytes(m);
+    EXPECT_EQ(it->putValue(5, tqa::Tag_veid), -1);
+    EXPECT_EQ(bytes(m), before);
+}
+
+TEST(Validation, AnIteratorWhoseWriteGrewTheBufferChecksWhatOthersMovedSince) {
+    const Message m = parse("<packet><list/><data/></packet>");
+    const Cursor it = cursorAt(m, "data");
+    ASSERT_EQ(it->putValue(std::string(9000, 'x'), tqa::Tag_ve), 0);
+    cursorAt(m, "list")->newChild(tqa::Tag_veid, 0);
+    EXPECT_EQ(it->validateStamp(), -1);
+}
+
 TEST(Validation, DeletingAnEarlierSiblingMakesAnIteratorStale) {
     const Message m = withChildren({{1002, 1}, {1003, 2}});
     const Cursor at = onChild(m, 2);

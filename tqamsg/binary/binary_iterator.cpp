@@ -53,6 +53,12 @@ void TQABinaryIterator::notePath() {
     knownEdits = content->edits.count();
 }
 
+// After an edit through this iterator, whose path was `known` to fit before it. An edit that
+// changed the stamp is left to the next check, as if another iterator had made it.
+void TQABinaryIterator::noteEdit(bool known) {
+    if (known && isNoted()) notePath();
+}
+
 bool TQABinaryIterator::pushRoot() {
     const ElementView root = tqa::rootOf(record());
     if (root) path.push_back(root.id(), tqa::kRootOffset);

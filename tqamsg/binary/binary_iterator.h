@@ -166,6 +166,7 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     int recheck();
     void noteContent();
     void notePath();
+    void noteEdit(bool known);
     bool pushRoot();
     bool checkPath() const;
 

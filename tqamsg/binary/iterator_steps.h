@@ -58,7 +58,8 @@ inline bool TQABinaryIterator::canWriteQuickly() {
     if (!binary().ownsContent() || (policy & kExpandRaw) != 0 || path.empty()) return false;
     const TQABinaryInternals& content = *record();
     if (content.version == knownVersion && content.serial == knownSerial) return true;
-    if (!isNoted() || !isPathKnown()) return false;
+    if (!isPathKnown()) return false;
+    noteContent();
     notePath();
     return true;
 }

@@ -45,8 +45,7 @@ int TQABinaryIterator::putAnywhere(int id, Kind kind, const void* data, std::siz
         status = binary().insertID(path, id, word, data, size);
         if (status == 0) seekUp();
     }
-    noteContent();
-    if (known) notePath();
+    noteEdit(known);
     return status;
 }
 
@@ -288,8 +287,5 @@ int TQABinaryIterator::fromTextToChild(char* text) {
 }
 
 int TQABinaryIterator::deleteFromChild() {
-    if (validateInternals() != 0) return -1;
-    const int status = binary().deleteID(path);
-    noteContent();
-    return status;
+    return validateInternals() == 0 ? binary().deleteID(path) : -1;
 }

@@ -69,8 +69,7 @@ int TQABinaryIterator::newChild(int id, int ns) {
     if (validateInternals() != 0 || path.empty()) return -1;
     const bool known = isPathKnown();
     const int status = binary().insertID(path, id, static_cast<int>(word), nullptr, 0);
-    noteContent();
-    if (known) notePath();
+    noteEdit(known);
     return status;
 }
 
