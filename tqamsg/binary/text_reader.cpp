@@ -56,10 +56,7 @@ class TextReader::Stored {
         if (id == 0) return name.find(':') != std::string_view::npos;
         return appendText(id, Kind::Untyped, value);
     }
-    bool empty() {
-        begun_.offset = kNowhere;
-        return true;
-    }
+    bool empty() { return settled(); }
     bool text(std::string_view text) {
         // Beside attributes only blank text may stand.
         if (hasAttributes()) {
@@ -68,7 +65,7 @@ class TextReader::Stored {
         } else if (!setText(text)) {
             return false;
         }
-        return empty();
+        return settled();
     }
     bool children() {
         writeOpenElement(
@@ -76,7 +73,7 @@ class TextReader::Stored {
             {open_.offset, static_cast<std::uint32_t>(begun_.name.data() - text_.data()),
              static_cast<std::uint16_t>(begun_.name.size())});
         open_ = begun_;
-        return empty();
+        return settled();
     }
 
     bool isOpen() const { return open_.offset != kNowhere; }
@@ -100,6 +97,11 @@ class TextReader::Stored {
         std::string_view name;
     };
 
+    // It is known what the element that began is.
+    bool settled() {
+        begun_.offset = kNowhere;
+        return true;
+    }
     bool hasAttributes() const { return record_.used - begun_.offset > kEmptyElementSize; }
 
     void endElement(std::int32_t offset) const {
