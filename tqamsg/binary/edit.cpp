@@ -58,6 +58,26 @@ void makeContainer(TQABinaryInternals& record, const BinaryPath& path) {
     tqa::writeKind(record.buf + path[path.size() - 1].offset, Kind::Container);
 }
 
+// Moves the children of `parent` over the raw ones before the offset `stop`, of which there is one,
+// and gives where they end then.
+int closeOverRaw(TQABinaryInternals& record, ElementView parent, int stop) {
+    const char* const end = parent.end();
+    ElementView raw = parent.childWithId(0);
+    int to = offsetOf(record, raw.begin());
+    record.edits.add(to);
+    for (bool more = true; more;) {
+        record.changeStamp();
+        const char* const from = raw.end();
+        // Looked for before anything moves over it, as all moves go down.
+        raw = raw.next(end).withId(0, end);
+        more = raw && offsetOf(record, raw.begin()) < stop;
+        const std::ptrdiff_t size = (more ? raw.begin() : end) - from;
+        std::memmove(record.buf + to, from, static_cast<std::size_t>(size));
+        to += static_cast<int>(size);
+    }
+    return to;
+}
+
 bool isUsable(const void* data, int length) {
     return length >= 0 && tqa::elementSize(length) < tqa::kMaxCapacity &&
            (length == 0 || data != nullptr);
@@ -89,33 +109,18 @@ int TQABinary::insertID(BinaryPath& path, int id, int word, const void* data, in
     return 0;
 }
 
-// Takes the raw children before the offset `stop` out of the path's last element and puts the
-// elements in `expanded` behind all others. False and unchanged when the buffer can't grow.
+// Takes the raw children before the offset `stop` out of the path's last element, which has one,
+// and puts the elements in `expanded` behind all others. False and unchanged when the buffer can't
+// grow.
 bool TQABinary::replaceRaw(const BinaryPath& path, int stop, const TQABinaryInternals& expanded) {
     TQABinaryInternals& record = *internals;
     if (record.expand(expanded.used) == nullptr) return false;
     const ElementView parent = tqa::elementAt(&record, path.back().offset);
     const int end = offsetOf(record, parent.end());
-    int kept = offsetOf(record, parent.childrenBegin());  // where the children not yet moved start
-    int to = kept;                                        // and where they go
-    const auto keepUpTo = [&](int from) {
-        std::memmove(record.buf + to, record.buf + kept, static_cast<std::size_t>(from - kept));
-        to += from - kept;
-    };
-    // A child is looked at before anything moves over it, as all moves go down.
-    ElementView raw = parent.childWithId(0);
-    record.edits.add(offsetOf(record, raw.begin()));
-    while (raw && offsetOf(record, raw.begin()) < stop) {
-        keepUpTo(offsetOf(record, raw.begin()));
-        kept = offsetOf(record, raw.end());
-        record.changeStamp();
-        raw = raw.next(record.buf + end).withId(0, record.buf + end);
-    }
-    keepUpTo(end);
-
-    const int delta = to + expanded.used - end;
+    const int keptEnd = closeOverRaw(record, parent, stop);
+    const int delta = keptEnd + expanded.used - end;
     moveTail(record, end, delta);
-    std::memcpy(record.buf + to, expanded.buf, static_cast<std::size_t>(expanded.used));
+    std::memcpy(record.buf + keptEnd, expanded.buf, static_cast<std::size_t>(expanded.used));
     tqa::addToLengths(record, path, path.size(), delta);
     return true;
 }
