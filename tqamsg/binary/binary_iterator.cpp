@@ -21,9 +21,7 @@ TQABinaryIterator::TQABinaryIterator(TQABinaryIterator* other)
       buf(nullptr),
       stamp(-1),
       path(other->path),
-      knownSerial(other->knownSerial),
-      knownVersion(other->knownVersion),
-      knownEdits(other->knownEdits) {
+      known(other->known) {
     noteContent();
 }
 
@@ -46,17 +44,13 @@ void TQABinaryIterator::noteContent() {
 
 // The path fits the content as it is now.
 void TQABinaryIterator::notePath() {
-    const TQABinaryInternals* content = record();
-    if (content == nullptr) return;
-    knownSerial = content->serial;
-    knownVersion = content->version;
-    knownEdits = content->edits.count();
+    if (record() != nullptr) known.note(*record());
 }
 
-// After an edit through this iterator, whose path was `known` to fit before it. An edit that
+// After an edit through this iterator, whose path was known to fit before it or not. An edit that
 // changed the stamp is left to the next check, as if another iterator had made it.
-void TQABinaryIterator::noteEdit(bool known) {
-    if (known && isNoted()) notePath();
+void TQABinaryIterator::noteEdit(bool wasKnown) {
+    if (wasKnown && isNoted()) notePath();
 }
 
 bool TQABinaryIterator::pushRoot() {
@@ -68,7 +62,7 @@ bool TQABinaryIterator::pushRoot() {
 int TQABinaryIterator::invalidate() {
     buf = nullptr;
     stamp = -1;
-    knownSerial = 0;
+    known.forget();
     scan.forget();
     return 0;
 }
@@ -79,10 +73,10 @@ int TQABinaryIterator::validateStamp() {
 
 int TQABinaryIterator::recheck() {
     if (record() == nullptr) return -1;
-    const bool known = isPathKnown();
-    if (!known && !(path.empty() ? pushRoot() : checkPath())) return -1;
+    const bool wasKnown = isPathKnown();
+    if (!wasKnown && !(path.empty() ? pushRoot() : checkPath())) return -1;
     noteContent();
-    if (known || tqa::pathEnd(record(), path)) notePath();
+    if (wasKnown || tqa::pathEnd(record(), path)) notePath();
     return 0;
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "tqamsg/binary/child_scan.h"
+#include "tqamsg/binary/known_path.h"
 #include "tqamsg/binary/path.h"
 #include "tqamsg/export.h"
 #include "tqamsg/msg/message_iterator.h"
@@ -166,7 +167,7 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     int recheck();
     void noteContent();
     void notePath();
-    void noteEdit(bool known);
+    void noteEdit(bool wasKnown);
     bool pushRoot();
     bool checkPath() const;
 
@@ -199,11 +200,7 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     std::int32_t stamp;  // the record's stamp when last checked
     BinaryPath path;
 
-    // When the path was last known to fit: in which record (0 for never), in which version of it,
-    // and after how many edits. Saves checks of what no edit since can have moved.
-    std::uint64_t knownSerial = 0;
-    std::uint64_t knownVersion = 0;
-    std::uint64_t knownEdits = 0;
+    tqa::KnownPath known;
     tqa::ChildScan scan;
     tqa::ChildScan raws;  // looks for raw children only
 };

@@ -34,8 +34,7 @@ inline bool TQABinaryIterator::isNoted() const {
 // path may fit nevertheless.
 inline bool TQABinaryIterator::isPathKnown() const {
     const TQABinaryInternals* content = record();
-    return content != nullptr && content->serial == knownSerial && !path.empty() &&
-           path.back().offset < content->edits.movedFrom(knownEdits);
+    return content != nullptr && !path.empty() && known.fitsUpTo(path.back().offset, *content);
 }
 
 // The child with this id, or the current element for id 0; empty when there is none or the way to
@@ -56,8 +55,7 @@ inline bool TQABinaryIterator::isPathKnown() const {
 // Whether the path is known to lead to an element of a content that this message may change.
 inline bool TQABinaryIterator::canWriteQuickly() {
     if (!binary().ownsContent() || (policy & kExpandRaw) != 0 || path.empty()) return false;
-    const TQABinaryInternals& content = *record();
-    if (content.version == knownVersion && content.serial == knownSerial) return true;
+    if (known.isCurrent(*record())) return true;
     if (!isPathKnown()) return false;
     noteContent();
     notePath();
@@ -88,7 +86,7 @@ inline bool TQABinaryIterator::canWriteQuickly() {
     tqa::writeElementHeader(element, id, word, length);
     tqa::writePayload(element, tqa::kindOf(word), data, length);
     tqa::addToLengths(content, path, path.size(), static_cast<int>(size));
-    knownVersion = content.version;
+    known.noteAppended(content);
     return true;
 }
 

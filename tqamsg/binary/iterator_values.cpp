@@ -34,7 +34,7 @@ std::size_t writeTime(long value, char* text) {
 int TQABinaryIterator::putAnywhere(int id, Kind kind, const void* data, std::size_t length) {
     if (length > std::numeric_limits<std::int32_t>::max()) return -1;
     if (validateInternals() != 0 || path.empty()) return -1;
-    const bool known = isPathKnown();
+    const bool wasKnown = isPathKnown();
     const int word = static_cast<int>(tqa::kindWord(kind));
     const int size = static_cast<int>(length);
     int status = 0;
@@ -45,7 +45,7 @@ int TQABinaryIterator::putAnywhere(int id, Kind kind, const void* data, std::siz
         status = binary().insertID(path, id, word, data, size);
         if (status == 0) seekUp();
     }
-    noteEdit(known);
+    noteEdit(wasKnown);
     return status;
 }
 

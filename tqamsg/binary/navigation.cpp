@@ -67,9 +67,9 @@ int TQABinaryIterator::newChild(int id, int ns) {
         }
     }
     if (validateInternals() != 0 || path.empty()) return -1;
-    const bool known = isPathKnown();
+    const bool wasKnown = isPathKnown();
     const int status = binary().insertID(path, id, static_cast<int>(word), nullptr, 0);
-    noteEdit(known);
+    noteEdit(wasKnown);
     return status;
 }
 
