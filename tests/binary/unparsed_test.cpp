@@ -324,6 +324,23 @@ TEST(ParseUnknown, MovesWhatFollowsInsideTheMessage) {
     EXPECT_EQ(it->curName(), "vem");
 }
 
+TEST(ParseUnknown, TakesNoMoreRoomThanTheElementNeeds) {
+    // Of 4096 bytes 16 are left, and 24 after the expansion.
+    const std::string fill = stringElement(1005, std::string(3980, 'x'));
+    const Message m = load(message(container(1398, element(Tag_list, Kind::Untyped) +
+                                                       element(Tag_data, Kind::Untyped) + fill +
+                                                       element(0, Kind::Unparsed, "<ve/>\0"s))));
+    ASSERT_EQ(bytes(m).size(), 4080U);
+    ASSERT_EQ(cursor(m)->parseUnknown(), 0);
+    const Cursor other = cursorAt(m, "data");
+    const Cursor list = cursorAt(m, "list");
+    ASSERT_EQ(list->newChild(Tag_veid, 0), 0);
+    EXPECT_EQ(other->validateStamp(), 0);
+    // Only now the buffer grows, which others notice.
+    ASSERT_EQ(list->newChild(Tag_veid, 0), 0);
+    EXPECT_EQ(other->validateStamp(), -1);
+}
+
 TEST(ParseUnknown, ChangesASharedContentForEveryHolder) {
     const Message first = dataWith(raw("<veid>5</veid>") + raw("<zz/>"));
     const Message second = copyOf(first);

@@ -153,7 +153,8 @@ class TQA_API TQABinary : public TQAMessage {
     void dropAside();
     TQABinaryIterator* iteratorOnThis(TQAMessageIterator* at);
     int appendElement(BinaryPath& parent, tqa::ElementView element);
-    bool replaceRaw(const BinaryPath& parent, int stop, const TQABinaryInternals& expanded);
+    bool replaceRaw(const BinaryPath& parent, int stop, int taken,
+                    const TQABinaryInternals& expanded);
     template <auto read, class Value>
     int readField(int id, Value* value);
     int readFlag(int id, int* on);

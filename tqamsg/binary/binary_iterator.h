@@ -178,7 +178,7 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     void follow(int from, int distance);
 
     static tqa::ElementView expandFrom(tqa::ElementView raw, const char* end,
-                                       TQABinaryInternals& expanded, int* count);
+                                       TQABinaryInternals& expanded, int* taken);
 
     int put(int id, tqa::Kind kind, const void* data, std::size_t length);
     int putTerminated(int id, tqa::Kind kind, const char* data, int len);

@@ -109,16 +109,17 @@ int TQABinary::insertID(BinaryPath& path, int id, int word, const void* data, in
     return 0;
 }
 
-// Takes the raw children before the offset `stop` out of the path's last element, which has one,
-// and puts the elements in `expanded` behind all others. False and unchanged when the buffer can't
-// grow.
-bool TQABinary::replaceRaw(const BinaryPath& path, int stop, const TQABinaryInternals& expanded) {
+// Takes the raw children before the offset `stop`, of `taken` bytes in all, out of the path's last
+// element and puts the elements in `expanded` behind all others. False and unchanged when the
+// buffer can't grow.
+bool TQABinary::replaceRaw(const BinaryPath& path, int stop, int taken,
+                           const TQABinaryInternals& expanded) {
     TQABinaryInternals& record = *internals;
-    if (record.expand(expanded.used) == nullptr) return false;
+    const int delta = expanded.used - taken;
+    if (record.expand(delta) == nullptr) return false;
     const ElementView parent = tqa::elementAt(&record, path.back().offset);
     const int end = offsetOf(record, parent.end());
     const int keptEnd = closeOverRaw(record, parent, stop);
-    const int delta = keptEnd + expanded.used - end;
     moveTail(record, end, delta);
     std::memcpy(record.buf + keptEnd, expanded.buf, static_cast<std::size_t>(expanded.used));
     tqa::addToLengths(record, path, path.size(), delta);

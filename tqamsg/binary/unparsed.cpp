@@ -30,22 +30,22 @@ int TQABinaryIterator::parseUnknown() {
 
     // All are read before any is replaced, so that the children are moved once and not for each.
     TQABinaryInternals expanded;
-    int count = 0;
+    int taken = 0;
     const ElementView first = raws.findRaw(parent, *record());
-    const ElementView stop = first ? expandFrom(first, parent.end(), expanded, &count) : first;
+    const ElementView stop = first ? expandFrom(first, parent.end(), expanded, &taken) : first;
     const int stopAt = static_cast<int>((stop ? stop.begin() : parent.end()) - record()->buf);
-    if (count > 0) {
+    if (taken > 0) {
         if (!isPathKnown() && !tqa::pathEnd(record(), path)) return -1;
-        if (!binary().replaceRaw(path, stopAt, expanded)) return -1;
+        if (!binary().replaceRaw(path, stopAt, taken, expanded)) return -1;
         noteContent();
     }
     return stop && (policy & kRawMustParse) != 0 ? -1 : 0;
 }
 
-// Reads the raw children from `raw` on and counts them, up to the first that stays, which is given;
-// empty when none does.
+// Reads the raw children from `raw` on and adds up their sizes, up to the first that stays, which
+// is given; empty when none does.
 ElementView TQABinaryIterator::expandFrom(ElementView raw, const char* end,
-                                          TQABinaryInternals& expanded, int* count) {
+                                          TQABinaryInternals& expanded, int* taken) {
     TQABinary held;
     for (; raw; raw = raw.next(end).withId(0, end)) {
         if (raw.kind() != Kind::Unparsed) break;
@@ -53,7 +53,7 @@ ElementView TQABinaryIterator::expandFrom(ElementView raw, const char* end,
         char* payload = const_cast<char*>(raw.payload());
         if (held.encode(payload, raw.length(), nullptr) != 0) break;
         if (!appendHeld(tqa::rootOf(held.internals), expanded)) break;
-        ++*count;
+        *taken += raw.size();
     }
     return raw;
 }
