@@ -160,6 +160,7 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     bool isNoted() const;
     bool isPathKnown() const;
     bool canWriteQuickly();
+    bool append(int id, std::uint32_t word, const void* data, int length);
     bool appendLast(tqa::ElementView parent, int id, std::uint32_t word, const void* data,
                     int length);
     bool putQuickly(int id, tqa::Kind kind, const void* data, std::size_t length);

@@ -29,9 +29,9 @@ class ChildScan {
     // The same below `parent`, an element of `record`.
     [[gnu::always_inline]] ElementView find(ElementView parent, int id,
                                             const TQABinaryInternals& record) {
-        if (!parent || !parent.isContainer()) {
-            // Its first child may be appended where the children of another element ended that was
-            // looked through long ago; passAppended() must not take that look for the present one.
+        // An empty element has no children yet. An appended one must not be taken for the next
+        // child of another element, which was looked through before.
+        if (!parent || (parent.length() != 0 && !parent.isContainer())) {
             forget();
             return {};
         }
@@ -43,6 +43,21 @@ class ChildScan {
     ElementView findRaw(ElementView parent, const TQABinaryInternals& record) {
         start(parent, record);
         return findFrom(0, record);
+    }
+
+    // Whether the element at `parent` has a few children, none of them with this id, and ends where
+    // the message ends. When it says no, that may be so nevertheless.
+    bool isThrough(std::int32_t parent, int id, const TQABinaryInternals& record) const {
+        return isAt(parent, record) && next_ == record.used && end_ == next_ && count_ > 0 &&
+               count_ < kFew && (passed_ & bitOf(id)) == 0;
+    }
+
+    // A child was appended to the element for which isThrough() said yes.
+    void passLast(int id, const TQABinaryInternals& record) {
+        passed_ |= bitOf(id);
+        ++count_;
+        next_ = end_ = record.used;
+        version_ = record.version;
     }
 
     // After find() found nothing: a child was appended at `offset`, where the children ended.

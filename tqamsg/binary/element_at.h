@@ -35,17 +35,21 @@ inline ElementView pathEnd(const TQABinaryInternals* record, const BinaryPath& p
 // Adds to the length of the path's first `count` elements, whose children grew by `delta`.
 inline void addToLengths(TQABinaryInternals& record, const BinaryPath& path, int count,
                          int delta) noexcept {
-    const PathEntry* const entries = path.begin();
+    char* const buf = record.buf;
+    const PathEntry* const end = path.begin() + count;
     std::int32_t lengths = 0;
-    for (int i = count - 1; i >= 0; --i) {
-        char* const element = record.buf + entries[i].offset;
-        lengths |= lengthOf(element);
-        writeLength(element, lengthOf(element) + delta);
+    // The loop's own steps would be a third of what every appended element pays here.
+#pragma GCC unroll 4
+    for (const PathEntry* entry = path.begin(); entry != end; ++entry) {
+        char* const element = buf + entry->offset;
+        const std::int32_t length = lengthOf(element);
+        lengths |= length;
+        writeLength(element, length + delta);
     }
     if (lengths % 8 == 0) return;
     // Rare: a length that is not the room of its children grows by a rule of its own.
-    for (int i = count - 1; i >= 0; --i) {
-        char* const element = record.buf + entries[i].offset;
+    for (const PathEntry* entry = path.begin(); entry != end; ++entry) {
+        char* const element = buf + entry->offset;
         writeLength(element, lengthOf(element) - delta);
         addToChildren(element, delta);
     }

@@ -62,20 +62,15 @@ inline bool TQABinaryIterator::canWriteQuickly() {
     return true;
 }
 
-// The quick way of insertID() and newChild(): below an element that ends where the message ends
-// nothing has to move. False, and nothing done, when that is not so or the buffer has to grow. The
-// bytes are those that insertID() makes.
-[[gnu::always_inline]] inline bool TQABinaryIterator::appendLast(tqa::ElementView parent, int id,
-                                                                 std::uint32_t word,
-                                                                 const void* data, int length) {
+// Appends an element to the one that the path leads to, which ends where the message ends: nothing
+// has to move. The bytes are those that insertID() makes. False, and nothing done, when the buffer
+// would have to grow.
+[[gnu::always_inline]] inline bool TQABinaryIterator::append(int id, std::uint32_t word,
+                                                             const void* data, int length) {
     TQABinaryInternals& content = *record();
     const std::int64_t size = tqa::elementSize(length);
+    if (content.capacity <= content.used + size) return false;
     char* const element = content.buf + content.used;
-    if (parent.end() != element || content.capacity <= content.used + size) return false;
-    if (!parent.isContainer()) {
-        if (parent.kind() != tqa::Kind::Untyped || parent.length() != 0) return false;
-        tqa::writeKind(content.buf + path.back().offset, tqa::Kind::Container);
-    }
     if (content.isFreshBehind()) {
         content.append(static_cast<int>(size));
         ++content.version;
@@ -90,6 +85,19 @@ inline bool TQABinaryIterator::canWriteQuickly() {
     return true;
 }
 
+// The quick way of insertID() and newChild(). False, and nothing done, when it can't be gone.
+[[gnu::always_inline]] inline bool TQABinaryIterator::appendLast(tqa::ElementView parent, int id,
+                                                                 std::uint32_t word,
+                                                                 const void* data, int length) {
+    TQABinaryInternals& content = *record();
+    if (parent.end() != content.buf + content.used) return false;
+    if (parent.isContainer()) return append(id, word, data, length);
+    if (parent.kind() != tqa::Kind::Untyped || parent.length() != 0) return false;
+    if (!append(id, word, data, length)) return false;
+    tqa::writeKind(content.buf + path.back().offset, tqa::Kind::Container);
+    return true;
+}
+
 // Writes a value that fits into the element that has it, or appends one where the message ends.
 // False, with nothing done, when it takes more than that. The position does not change.
 [[gnu::always_inline]] inline bool TQABinaryIterator::putQuickly(int id, tqa::Kind kind,
@@ -98,19 +106,25 @@ inline bool TQABinaryIterator::canWriteQuickly() {
     if (!canWriteQuickly() || length > tqa::kMaxCapacity || data == nullptr) return false;
     const int size = static_cast<int>(length);
     const std::uint32_t word = tqa::kindWord(kind);
+    TQABinaryInternals& content = *record();
+    if (id != 0 && scan.isThrough(path.back().offset, id, content)) {
+        if (!append(id, word, data, size)) return false;
+        scan.passLast(id, content);
+        return true;
+    }
     tqa::ElementView element = current();
     if (id != 0) {
         const tqa::ElementView parent = element;
-        element = scan.find(parent, id, *record());
+        element = scan.find(parent, id, content);
         if (!element) {
-            const int at = record()->used;
+            const int at = content.used;
             if (!appendLast(parent, id, word, data, size)) return false;
-            scan.passAppended(id, at, *record());
+            scan.passAppended(id, at, content);
             return true;
         }
     }
     if (element.isContainer() || tqa::elementSize(size) != element.size()) return false;
-    char* const at = record()->buf + (element.begin() - record()->buf);
+    char* const at = content.buf + (element.begin() - content.buf);
     tqa::writeValue(at, word, data, size);
     return true;
 }
