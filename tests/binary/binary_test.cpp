@@ -391,6 +391,18 @@ TEST(FromText, AFailedParseAtAnIteratorLeavesTheMessageOnThePartialContent) {
     EXPECT_EQ(tree(m), "1398:50()");
 }
 
+// Who still reads what the message held before can go on.
+TEST(FromText, AFailedParseAtAnIteratorSetsTheFormerContentAside) {
+    const std::string text(1 << 20, 'x');
+    const Message m = load(message(container(1398, stringElement(1002, text))));
+    const std::string_view former = tqa::elementOf(*m).firstChild().text();
+    for (int round = 0; round < 3; ++round) {
+        const Block broken(terminated("<data><id>"));
+        ASSERT_EQ(m->fromText(broken.data(), cursor(m).get()), -1);
+        EXPECT_TRUE(former == text) << round;
+    }
+}
+
 // --- decode -------------------------------------------------------------------------------------
 
 TEST(Decode, ExportsTheWholeMessage) {

@@ -158,6 +158,9 @@ TEST(TextReader, StoresElements) {
         {"<?xml version=\"1.0\"?><data/>", "data"},
         {" \n\t<?xml version=\"1.0\"?>\r\n<!DOCTYPE data>\n<!-- x -->\n<data/>", "data"},
         {"<!><?><data/>", "data"},
+        {"<!-- a > <data/> -->", "data"},
+        {"<?x a > <data/> ?>", "data"},
+        {"<data><!-- a > <vem/> </data> -->", "data(vem)"},
         {"<data><!-- x --></data>", "data"},
         {"<data> <!-- x --> </data>", "data"},
         {"<data><!-- x --><vem/></data>", "data(vem)"},
@@ -219,6 +222,9 @@ TEST(TextReader, RefusesMalformedText) {
         "<!-- a > b --><data/>",
         "<data><!-- a > b --><vem/></data>",
         "<data><vem/><!-- a > b --></data>",
+        // So do processing instructions and declarations.
+        "<?x a > b?><data/>",
+        "<!DOCTYPE data [<!ELEMENT data ANY>]><data/>",
         // Attributes.
         "<data id",
         "<data id=",

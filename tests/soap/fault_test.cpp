@@ -64,6 +64,18 @@ TEST(FaultTest, ADetailStandsBehindTheReason) {
                        .value("count(/soap12:Envelope/soap12:Body/soap12:Fault/detail/error)"));
 }
 
+TEST(FaultTest, ReasonAndDetailAreNotEscaped) {
+    const Fault old = create(1, 3, "a < b & \"c\"");
+    const Fault current = create(2, 3, "a < b & \"c\"");
+    old->detail = current->detail = "d < e & f\n";
+    EXPECT_NE(std::string::npos,
+              textOf(*old).find("<faultstring>a < b & \"c\"</faultstring>\n<detail>\nd < e & f\n"
+                                "</detail>\n"));
+    EXPECT_NE(std::string::npos, textOf(*current).find("<soap:Text>a < b & \"c\"</soap:Text>\n"
+                                                       "</soap:Reason>\n<detail>\nd < e & f\n"
+                                                       "</detail>\n"));
+}
+
 TEST(FaultTest, WritingTwiceGivesTheSame) {
     for (const int version : {1, 2}) {
         const Fault fault = create(version, 0, "r");

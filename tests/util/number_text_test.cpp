@@ -203,6 +203,32 @@ TEST(NumberText, ScanResultsAreTheCounts) {
     EXPECT_EQ(real, -2.5);
 }
 
+TEST(NumberText, InfIsNoNumberBeforeAnIThatBeginsNoInity) {
+    double real = 77;
+    for (const char* text : {"infi", "INFI", "-infin", "infinitx", "infix"}) {
+        EXPECT_EQ(tqa::scanDouble(text, &real), 0) << text;
+        EXPECT_EQ(real, 77) << text;
+    }
+    for (const char* text : {"inf", "infx", "inf inity", "Infinity", "infinityx"}) {
+        EXPECT_EQ(tqa::scanDouble(text, &real), 1) << text;
+        EXPECT_EQ(real, std::numeric_limits<double>::infinity()) << text;
+        real = 77;
+    }
+}
+
+TEST(NumberText, HexWithoutDigitsIsZeroBehindAPointOnly) {
+    double real = 77;
+    for (const char* text : {"0x", "0xg", "0xp1", "-0x"}) {
+        EXPECT_EQ(tqa::scanDouble(text, &real), 0) << text;
+        EXPECT_EQ(real, 77) << text;
+    }
+    for (const char* text : {"0x.", "0X.g", "0x.p1"}) {
+        EXPECT_EQ(tqa::scanDouble(text, &real), 1) << text;
+        EXPECT_EQ(real, 0) << text;
+        real = 77;
+    }
+}
+
 TEST(NumberText, AZeroByteEndsAText) {
     long long number = 77;
     EXPECT_EQ(tqa::scanLongLong(std::string_view("\0 5", 3), &number), -1);
