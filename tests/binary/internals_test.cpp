@@ -106,6 +106,70 @@ TEST(BinaryInternals, BytesThatWereInUseBeforeKeepTheirValue) {
     EXPECT_EQ(contentOf(record), std::string(100, 'x') + std::string(40, '\0'));
 }
 
+// --- taking bytes out ---------------------------------------------------------------------------
+
+constexpr int kLong = 100'000;
+
+// Bytes that tell where they stood.
+std::string numbered(int n) {
+    std::string bytes;
+    for (int i = 0; i < n; ++i) bytes += static_cast<char>('0' + i % 61);
+    return bytes;
+}
+
+void fillNumbered(TQABinaryInternals& record, int n) {
+    ASSERT_NE(record.expand(n), nullptr);
+    std::memcpy(record.append(n), numbered(n).data(), static_cast<std::size_t>(n));
+}
+
+TEST(BinaryInternals, WhatIsTakenOutGoesWhereverItStood) {
+    for (const int size : {100, kLong}) {
+        for (const int from : {0, 24, size / 2, size - 30}) {
+            TQABinaryInternals record;
+            fillNumbered(record, size);
+            std::string expected = numbered(size);
+            for (int n : {8, 16, 2}) {
+                record.remove(from, n);
+                expected.erase(static_cast<std::size_t>(from), static_cast<std::size_t>(n));
+                ASSERT_TRUE(contentOf(record) == expected) << size << ' ' << from << ' ' << n;
+            }
+        }
+    }
+}
+
+// Not to copy the rest each time is no more than a matter of time.
+TEST(BinaryInternals, ABufferThatLostItsStartGrowsInTheSameSteps) {
+    TQABinaryInternals record;
+    fillNumbered(record, kLong);
+    const int capacity = record.capacity;
+    const int stamp = record.stamp;
+    char* const block = record.block();
+    record.remove(24, 8000);
+    EXPECT_NE(record.buf, block);
+    const std::string left = contentOf(record);
+    ASSERT_NE(record.expand(capacity - record.used - 1), nullptr);
+    EXPECT_EQ(record.buf, block);
+    EXPECT_EQ(record.capacity, capacity);
+    EXPECT_EQ(record.stamp, stamp);
+    EXPECT_TRUE(contentOf(record) == left);
+
+    record.remove(24, 8000);
+    ASSERT_NE(record.expand(capacity - record.used), nullptr);
+    EXPECT_EQ(record.capacity, 2 * capacity);
+    EXPECT_EQ(record.stamp, stamp + 1);
+    EXPECT_TRUE(contentOf(record) == left.substr(0, 24) + left.substr(8024));
+}
+
+TEST(BinaryInternals, ClearingWipesWhatStoodBeforeTheStart) {
+    TQABinaryInternals record;
+    fillNumbered(record, kLong);
+    const int capacity = record.capacity;
+    record.remove(24, 8000);
+    record.clear();
+    EXPECT_EQ(record.capacity, capacity);
+    EXPECT_TRUE(isZero(record.buf, record.buf + kLong));
+}
+
 TEST(BinaryInternals, ExpandingByNothingGivesTheBufferThatIsThere) {
     TQABinaryInternals record;
     EXPECT_EQ(record.expand(0), nullptr);

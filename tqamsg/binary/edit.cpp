@@ -143,7 +143,7 @@ int TQABinary::deleteID(BinaryPath& path) {
     if (!element) return -1;
     internals->changeStamp();
     const int size = element.size();
-    moveTail(*internals, path.back().offset + size, -size);
+    internals->remove(path.back().offset, size);
     path.pop_back();
     tqa::addToLengths(*internals, path, path.size(), -size);
     return 0;

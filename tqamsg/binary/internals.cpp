@@ -32,10 +32,15 @@ TQABinaryInternals::TQABinaryInternals(const TQABinaryInternals& other) {
 }
 
 TQABinaryInternals::~TQABinaryInternals() {
-    std::free(buf);
+    std::free(block());
 }
 
 char* TQABinaryInternals::grow(std::int64_t n) {
+    if (front > 0) {
+        std::memmove(buf - front, buf, bytes(used));
+        takeFront();
+        if (capacity > used + n) return buf;
+    }
     // Doubling keeps repeated appends cheap; near the limit the buffer takes what is left.
     const std::int64_t wanted = capacity + (n >= capacity ? wholePages(n) : capacity);
     const std::int64_t target = std::min(wanted, tqa::kMaxCapacity);
@@ -75,7 +80,33 @@ void TQABinaryInternals::resize(int n) {
     ++version;
 }
 
+void TQABinaryInternals::remove(int from, int n) {
+    const int behind = used - from - n;
+    edits.add(from);
+    if (behind <= kPage || behind <= from) {
+        std::memmove(buf + from, buf + from + n, bytes(behind));
+        resize(-n);
+        return;
+    }
+    std::memmove(buf + n, buf, bytes(from));
+    buf += n;
+    front += n;
+    capacity -= n;
+    touched -= n;
+    used -= n;
+    ++version;
+}
+
+// The block is in use from its start again. What is to stay has been moved there.
+void TQABinaryInternals::takeFront() {
+    buf -= front;
+    capacity += front;
+    touched += front;
+    front = 0;
+}
+
 void TQABinaryInternals::clear() {
+    takeFront();
     if (touched > 0) std::memset(buf, 0, bytes(touched));
     touched = 0;
     used = 0;

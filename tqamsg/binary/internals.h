@@ -37,6 +37,11 @@ class TQA_API TQABinaryInternals {
     // the room. Bytes that no message has used yet are zero.
     void resize(int n);
 
+    // Takes out the `n` bytes at `from`. What follows them moves down, unless that is long and
+    // there is less before them: then that moves up, and so does `buf`. Offsets are the same either
+    // way.
+    TQA_LOCAL void remove(int from, int n);
+
     // resize() for a caller who writes all of the new bytes.
     char* append(int n) {
         char* at = buf + used;
@@ -58,17 +63,24 @@ class TQA_API TQABinaryInternals {
     // buffer comes to lie where one of the message's former buffers was.
     void replace(const TQABinaryInternals& other) { stamp = nextStamp(other.stamp); }
 
+    // The block of memory that `buf` lies in. It moves only when the stamp changes.
+    char* block() const { return buf - front; }
+
     bool isShared() const { return holders > 1; }
     void hold() { ++holders; }
     // Ends one message's use of the record; the last one deletes it. Null is fine.
     static void drop(TQABinaryInternals* record);
 
     // Frozen order.
-    char* buf = nullptr;        // from realloc, null until the first growth
+    char* buf = nullptr;        // in a block from realloc, null until the first growth
     std::int32_t stamp = 0;     // counts reallocations, clearings and deletions
-    std::int32_t capacity = 0;  // bytes allocated
+    std::int32_t capacity = 0;  // bytes allocated, from `buf` on
     std::int32_t used = 0;      // bytes of the message
 
+  private:
+    std::int32_t front = 0;  // bytes of the block before `buf`, which are not in use
+
+  public:
     // Where elements have moved. Elements appended behind all others move none.
     tqa::EditLog edits;
 
@@ -88,9 +100,10 @@ class TQA_API TQABinaryInternals {
     }
 
     char* grow(std::int64_t n);
+    TQA_LOCAL void takeFront();
     bool allocate(std::int64_t target);
 
-    std::int64_t allocated = 0;  // bytes at buf, the capacity or more
+    std::int64_t allocated = 0;  // bytes of the block, front and capacity or more
     std::int64_t expected = 0;
     std::int32_t touched = 0;  // the most bytes used since the buffer was last wiped
     std::int32_t holders = 1;  // messages that point here

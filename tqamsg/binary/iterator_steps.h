@@ -26,8 +26,8 @@ inline tqa::ElementView TQABinaryIterator::current() const {
 // cleared or deleted since.
 inline bool TQABinaryIterator::isNoted() const {
     const TQABinaryInternals* content = record();
-    // Two records may carry the same stamp, but not the same buffer.
-    return content != nullptr && content->stamp == stamp && content->buf == buf;
+    // Two records may carry the same stamp, but not the same block.
+    return content != nullptr && content->stamp == stamp && content->block() == buf;
 }
 
 // Whether no edit since the path fitted can have moved one of its elements. When it says no, the
