@@ -49,8 +49,7 @@ bool TQAAuthorization::checkAccess(int id) {
 }
 
 bool TQAAuthorization::checkAccess(int first, int last) {
-    return ready() && (allowAll || list.contain(static_cast<unsigned int>(first),
-                                                static_cast<unsigned int>(last)));
+    return ready() && allows(first, last);
 }
 
 bool TQAAuthorization::checkAccess(const IDRangeArray& ids) {

@@ -11,6 +11,10 @@
 #include "tqamsg/host/id_range_array.h"
 #include "tqamsg/msg/fwd.h"
 
+namespace tqa {
+class AccessCheck;
+}
+
 // Lives inside its message (TQAMessage::auth) and is used by the thread that uses the message.
 // The checks read the message's "auth" element when they first need it, and refuse when memory
 // runs out while they do.
@@ -65,7 +69,14 @@ class TQA_API TQAAuthorization {
     bool isChanged() const { return changed; }
 
   private:
+    friend class tqa::AccessCheck;
+
     bool ready();
+    // What the checks answer once they may.
+    TQA_LOCAL bool allows(int first, int last) const {
+        return allowAll ||
+               list.contain(static_cast<unsigned int>(first), static_cast<unsigned int>(last));
+    }
 
     // Frozen order: programs compiled against an earlier release embed these fields.
     TQAMessage* owner;

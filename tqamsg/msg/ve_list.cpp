@@ -16,7 +16,30 @@
 #include <exception>
 #include <limits>
 
+// The checks while one list is read. Only the first looks for the message's access list: as long as
+// the message has none, or a malformed one, each check of its own would look for it again.
+class tqa::AccessCheck {
+  public:
+    // `isWanted`: else everything is allowed.
+    AccessCheck(TQAMessageIterator& it, bool isWanted) : it_(it), isWanted_(isWanted) {}
+
+    bool allows(int first, int last) {
+        if (!isWanted_) return true;
+        TQAAuthorization& auth = it_.getMessage()->auth;
+        if (hasLooked_) return auth.allows(first, last);
+        hasLooked_ = true;
+        return auth.checkAccess(first, last);
+    }
+
+  private:
+    TQAMessageIterator& it_;
+    const bool isWanted_;
+    bool hasLooked_ = false;
+};
+
 namespace {
+
+using tqa::AccessCheck;
 
 constexpr int kDenied = -2;
 
@@ -32,12 +55,12 @@ bool add(IDRangeArray& out, int first, int last) {
 
 // Reads the "veid" children of the current element. A failure leaves the iterator where it was
 // met.
-int readIds(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess) {
+int readIds(TQAMessageIterator& it, IDRangeArray& out, AccessCheck& access) {
     if (it.firstChild("veid") != 0) return -1;
     do {
         int id = 0;
         if (it.getValue(&id, 0) != 0) return -1;
-        if (checkAccess && !it.getMessage()->auth.checkAccess(id)) return kDenied;
+        if (!access.allows(id, id)) return kDenied;
         if (!add(out, id, id)) return tqa::kNoMemory;
     } while (it.nextSibling("veid") == 0);
     it.seekUp();
@@ -45,21 +68,21 @@ int readIds(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess) {
 }
 
 // Reads the "ve_range" on which the iterator stands.
-int readRange(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess) {
+int readRange(TQAMessageIterator& it, IDRangeArray& out, AccessCheck& access) {
     int first = 1;
     int last = std::numeric_limits<int>::max();
     const bool hasFirst = it.getValue(&first, "start_veid") == 0;
     const bool hasLast = it.getValue(&last, "end_veid") == 0;
     if ((!hasFirst && !hasLast) || first > last) return -1;
-    if (checkAccess && !it.getMessage()->auth.checkAccess(first, last)) return kDenied;
+    if (!access.allows(first, last)) return kDenied;
     return add(out, first, last) ? 0 : tqa::kNoMemory;
 }
 
 // Reads the ranges of the "ve_list" on which the iterator stands and leaves it; `result` is what
 // the reading of its ids gave.
-int readRanges(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess, int result) {
+int readRanges(TQAMessageIterator& it, IDRangeArray& out, AccessCheck& access, int result) {
     if (result != kDenied && result != tqa::kNoMemory && it.firstChild("ve_range") == 0) {
-        do result = readRange(it, out, checkAccess);
+        do result = readRange(it, out, access);
         while (result == 0 && it.nextSibling("ve_range") == 0);
         it.seekUp();
     }
@@ -93,11 +116,12 @@ int TQAMessageIterator::putVE(int veid, const char*, bool addToAccessList) {
 }
 
 int tqa::readVEList(TQAMessageIterator& it, IDRangeArray& out, bool checkAccess) {
+    AccessCheck access(it, checkAccess);
     // A list directly in a list holds the ids of the outer one, to any depth.
     int depth = 0;
     while (it.seek("ve_list") == 0) ++depth;
-    int result = readIds(it, out, checkAccess);
-    for (; depth > 0; --depth) result = readRanges(it, out, checkAccess, result);
+    int result = readIds(it, out, access);
+    for (; depth > 0; --depth) result = readRanges(it, out, access, result);
     return result;
 }
 
