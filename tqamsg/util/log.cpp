@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <iterator>
+#include <mutex>
 #include <new>
 #include <pthread.h>
 #include <string_view>
@@ -31,6 +32,24 @@ constexpr std::size_t kTextCapacity = 4212;
 constexpr std::size_t kPrefixCapacity = 256;
 
 constexpr char kCutMark[] = "...\n";
+
+// A child has only the thread that forked: a lock that another one held at that moment would stay
+// locked in it for ever. So fork() waits until nobody is inside one of these, which stand around
+// all that is locked here: the echo's lock, and those of the loggers and of the time zone.
+constinit std::mutex echoGate;
+constinit std::mutex fileGate;
+
+void closeGates() {
+    echoGate.lock();
+    fileGate.lock();
+}
+
+void openGates() {
+    fileGate.unlock();
+    echoGate.unlock();
+}
+
+[[maybe_unused]] const int forkHandlers = pthread_atfork(closeGates, openGates, openGates);
 
 // Logging must not disturb the errno that the caller is about to report.
 class ErrnoKeeper {
@@ -58,7 +77,10 @@ const Second* secondOf(std::time_t time) {
     static thread_local constinit Second kept;
     if (kept.length != 0 && kept.time == time) return &kept;
     std::tm now;
-    if (localtime_r(&time, &now) == nullptr) return nullptr;
+    {
+        const std::lock_guard gate(fileGate);
+        if (localtime_r(&time, &now) == nullptr) return nullptr;
+    }
     kept.time = time;
     kept.fields = now;
     kept.length = static_cast<std::size_t>(std::snprintf(
@@ -141,6 +163,7 @@ class Line {
 [[gnu::format(printf, 3, 0)]] void echo(Line& line, int level, const char* format,
                                         std::va_list args) {
     const char* const name = getLogLevelName(level);
+    const std::lock_guard gate(echoGate);
     const TQALockGuard guard(commonOutLock);
     if (line.isWhole()) {
         const std::string_view text = line.behind(name);
@@ -202,6 +225,7 @@ void Logger::printAt(const timeval& moment, int level, const char* format, std::
 
 // Opened for every line: there is no handle to lose when the file is moved away.
 int Logger::openFileOf(const std::tm& now) try {
+    const std::lock_guard gate(fileGate);
     const TQALockGuard guard(lock_);
     if (directory_ == nullptr) return -1;
     // Kept: only the day of the month is compared.

@@ -12,7 +12,9 @@
 //
 // Any thread may log. Each line is one append-mode write, so lines of several threads and
 // processes never run into each other. Nothing here reports a failure, throws or changes errno: a
-// line whose file cannot be opened is lost, after its echo was written.
+// line whose file cannot be opened is lost, after its echo was written. A child that was made by
+// fork() may log, whatever the other threads of its parent were about; fork() waits for their
+// echoes to be written.
 #pragma once
 
 #include "tqamsg/export.h"
