@@ -1,6 +1,9 @@
 // Everything that is built when the library is loaded and that crosses files, in the order in which
 // it is built: within one file the language keeps the order of the definitions, whatever the link
 // order. No other global's constructor reads another file's objects.
+//
+// All of it is built before what has no priority, and destroyed behind it: a program that is linked
+// with the static library may use it in constructors and destructors of its own globals.
 
 #include "tqamsg/binary/binary.h"
 #include "tqamsg/binary/binary_iterator.h"
@@ -12,6 +15,8 @@
 #include "tqamsg/soap/namespaces.h"
 #include "tqamsg/util/log.h"
 #include "tqamsg/vocabulary/vocabulary.h"
+
+#define TQA_FIRST __attribute__((init_priority(200)))
 
 // --- constants, there before anything runs ------------------------------------------------------
 
@@ -31,7 +36,7 @@ struct RegistryOwner {
         MsgVocabulary = nullptr;
     }
 };
-const RegistryOwner registryOwner;
+TQA_FIRST const RegistryOwner registryOwner;
 
 }  // namespace
 
@@ -39,13 +44,13 @@ const RegistryOwner registryOwner;
 
 #include "tqamsg/vocabulary/dictionaries.inc"
 
-TQAMessageFactory<TQABinary> factoryTQABinary;
+TQA_FIRST TQAMessageFactory<TQABinary> factoryTQABinary;
 
 // --- the logger ---------------------------------------------------------------------------------
 
-std::string debug_name;
-Logger Log(getAgentLogPath(""));
-TQALock commonOutLock;
+TQA_FIRST std::string debug_name;
+TQA_FIRST Logger Log(getAgentLogPath(""));
+TQA_FIRST TQALock commonOutLock;
 
 // --- the message module -------------------------------------------------------------------------
 
@@ -62,14 +67,17 @@ bool initTQAMessage() {
 
 namespace {
 
-const Stupid messageModule;
-[[maybe_unused]] const bool messageModuleReady = initTQAMessage();
+struct MessageModule {
+    Stupid stupid;
+    bool isReady = initTQAMessage();
+};
+TQA_FIRST const MessageModule messageModule;
 
 }  // namespace
 
 // --- the SOAP gateway ---------------------------------------------------------------------------
 
-const HashMap<std::string, SoapVersion>::MapElem Map_SoapVersionMap_Array[2] = {
+TQA_FIRST const HashMap<std::string, SoapVersion>::MapElem Map_SoapVersionMap_Array[2] = {
     {tqa::kSoapVersionUris[0].uri, tqa::kSoapVersionUris[0].version},
     {tqa::kSoapVersionUris[1].uri, tqa::kSoapVersionUris[1].version}};
-HashMap<std::string, SoapVersion> SoapVersionMap(Map_SoapVersionMap_Array, 2);
+TQA_FIRST HashMap<std::string, SoapVersion> SoapVersionMap(Map_SoapVersionMap_Array, 2);
