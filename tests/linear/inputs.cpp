@@ -71,6 +71,19 @@ tqa::Message rawPacket(std::string_view shape, std::size_t n) {
     return tqa::Message(builder.close().put("veid", 5).close());
 }
 
+tqa::Message packetWithMiddle(std::size_t n) {
+    const std::string children = content("width", n);
+    return tqa::Message::parse("<packet><vem>" + children + "</vem><data>" + children +
+                               "</data><vem>" + children + "</vem></packet>");
+}
+
+tqa::Message packetWithRawPairs(std::size_t n) {
+    tqa::Builder builder;
+    builder.open("packet");
+    for (std::size_t i = 0; i < n; ++i) builder.open("vem").putRaw("<veid>5</veid>").close();
+    return tqa::Message(builder.closeAll());
+}
+
 tqa::Message packetWithNamespaces(std::string_view shape, std::size_t n) {
     tqa::Builder builder;
     builder.open("packet");

@@ -30,6 +30,12 @@ tqa::Message soapReply(std::string_view shape, std::size_t n);
 // else one with that content.
 tqa::Message rawPacket(std::string_view shape, std::size_t n);
 
+// A packet whose "data" has n children, and stands between two elements that are as large.
+tqa::Message packetWithMiddle(std::size_t n);
+
+// A packet of n elements with a raw child each, which can be expanded.
+tqa::Message packetWithRawPairs(std::size_t n);
+
 // A packet whose elements have namespaces: n children, or n levels.
 tqa::Message packetWithNamespaces(std::string_view shape, std::size_t n);
 

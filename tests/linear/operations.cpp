@@ -151,11 +151,15 @@ Work appendText(std::string_view shape, std::size_t n) {
     return [s] { return s->it->fromTextToChild(s->text.data()) == 0; };
 }
 
-Work appendChildren(std::string_view, std::size_t n) {
+// One by one: below the root, or each below the one before.
+Work appendChildren(std::string_view shape, std::size_t n) {
     const Shared s = stateOf(Message::create(), n);
-    return [s] {
+    const bool isDeep = shape == "depth";
+    return [s, isDeep] {
         for (std::size_t i = 0; i < s->n; ++i) {
-            if (s->it->newChild(tqa::Tag_veid, 0) != 0 || s->it->putValue(5, 0) != 0) return false;
+            if (s->it->newChild(tqa::Tag_veid, 0) != 0) return false;
+            if (isDeep) continue;
+            if (s->it->putValue(5, 0) != 0) return false;
             s->it->seekUp();
         }
         return true;
@@ -168,9 +172,10 @@ Work remove(std::string_view shape, std::size_t n) {
     return [s] { return s->it->deleteFromChild() == 0; };
 }
 
-// All children of one element, one by one.
+// All children of one element, one by one; in the middle there is as much before and behind them.
 Work removeForward(std::string_view shape, std::size_t n) {
-    const Shared s = packetState(shape, n);
+    const bool isMiddle = shape == "middle";
+    const Shared s = isMiddle ? stateOf(packetWithMiddle(n), n) : packetState(shape, n);
     s->it->seek(kPlace);
     return [s] {
         std::size_t count = 0;
@@ -197,6 +202,18 @@ Work expand(std::string_view shape, std::size_t n) {
     const Shared s = stateOf(rawPacket(shape, n), n);
     s->it->seek(kPlace);
     return [s] { return s->it->parseUnknown() == 0 && s->it->seek(0) == 0; };
+}
+
+// A walk that expands what it meets: n elements with a raw child each.
+Work expandEach(std::string_view, std::size_t n) {
+    const Shared s = stateOf(packetWithRawPairs(n), n);
+    return [s] {
+        std::size_t count = 0;
+        for (int status = s->it->firstChild(); status == 0; status = s->it->nextSibling()) {
+            if (s->it->parseUnknown() == 0) ++count;
+        }
+        return count == s->n;
+    };
 }
 
 // --- VE lists -----------------------------------------------------------------------------------
@@ -299,11 +316,12 @@ const std::vector<Operation>& operations() {
         {"recheck", trees, recheck},
         {"append", trees, append},
         {"append-text", texts, appendText},
-        {"append-children", {"width"}, appendChildren},
+        {"append-children", {"width", "depth"}, appendChildren},
         {"delete", trees, remove},
-        {"delete-forward", {"width", "raw"}, removeForward},
+        {"delete-forward", {"width", "raw", "middle"}, removeForward},
         {"delete-backward", {"width", "raw"}, removeBackward},
         {"expand", {"width", "depth", "length", "attributes", "declarations"}, expand},
+        {"expand-each", {"width"}, expandEach},
         {"ve-read", {"ids", "ranges", "without-list", "depth"}, readList},
         {"ve-write", lists, writeList},
         {"reply", trees, reply},
