@@ -1,11 +1,14 @@
 // The three editing operations, at the level of paths and bytes.
 
+#include "tqamsg/binary/verify.h"
 #include "tqamsg/vocabulary/word_ids.h"
 
 #include "tests/support/messages.h"
 
 #include <climits>
 #include <initializer_list>
+#include <random>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -522,6 +525,79 @@ TEST(Editing, AMessageWithoutContentRefusesEverything) {
     EXPECT_EQ(insert(m, at, 1004, Kind::Int, number(7)), -1);
     EXPECT_EQ(replace(m, at, Kind::Int, number(7)), -1);
     EXPECT_EQ(m->deleteID(at), -1);
+}
+
+// --- long messages ------------------------------------------------------------------------------
+
+// In a long message it depends on the place which bytes a deletion moves. The children of one
+// element beside a list of what they should hold.
+class LongMessage : public testing::Test {
+  protected:
+    LongMessage() { data_->newChild("data", ""); }
+
+    void append(const std::string& value) {
+        EXPECT_EQ(data_->newChild(tqa::Tag_name, 0), 0);
+        EXPECT_EQ(data_->putValue(value, 0), 0);
+        data_->seekUp();
+        expected_.push_back(value);
+    }
+    void remove(std::size_t index) {
+        EXPECT_EQ(childAt(index)->deleteFromChild(), 0);
+        expected_.erase(expected_.begin() + static_cast<std::ptrdiff_t>(index));
+    }
+    void change(std::size_t index, const std::string& value) {
+        EXPECT_EQ(childAt(index)->putValue(value, 0), 0);
+        expected_[index] = value;
+    }
+    std::size_t count() const { return expected_.size(); }
+
+    void expectAll() {
+        std::vector<std::string> found;
+        std::string value;
+        const Cursor it = copyOf(data_);
+        for (int status = it->firstChild(); status == 0; status = it->nextSibling()) {
+            EXPECT_EQ(it->getValue(&value, 0), 0);
+            found.push_back(value);
+        }
+        EXPECT_TRUE(found == expected_);
+        const std::string exported = bytes(message_);
+        EXPECT_EQ(tqa::verify(exported.data(), static_cast<int>(exported.size()), nullptr), 0);
+    }
+
+  private:
+    Cursor childAt(std::size_t index) const {
+        Cursor it = copyOf(data_);
+        EXPECT_EQ(it->firstChild(), 0);
+        while (index-- > 0) EXPECT_EQ(it->nextSibling(), 0);
+        return it;
+    }
+
+    const Message message_ = create("packet");
+    const Cursor data_ = cursor(message_);
+    std::vector<std::string> expected_;
+};
+
+TEST_F(LongMessage, DeletionsMoveTheOthersAsTheyAre) {
+    constexpr std::size_t kChildren = 500;
+    std::mt19937 random(1);
+    const auto below = [&](std::size_t n) { return random() % n; };
+    const auto anyValue = [&] {
+        return std::string(below(60), static_cast<char>('a' + below(26)));
+    };
+    for (std::size_t i = 0; i < kChildren; ++i) append(anyValue());
+    for (int step = 0; step < 1500; ++step) {
+        if (count() > kChildren / 2 && below(3) != 0) {
+            // Near the start more often than not.
+            remove(below(1 + below(count())));
+        } else if (below(2) == 0) {
+            append(anyValue());
+        } else {
+            change(below(count()), anyValue());
+        }
+        if (step % 50 == 0) expectAll();
+    }
+    while (count() > 0) remove(0);
+    expectAll();
 }
 
 }  // namespace
