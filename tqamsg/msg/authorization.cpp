@@ -112,8 +112,13 @@ int TQAAuthorization::save() {
 }
 
 int TQAAuthorization::save(TQAMessageIterator& it) {
-    if (it.seek("auth") != 0 && it.newChild("auth", "") != 0) return -1;
-    if (it.putVEList(list, true) != 0) return -1;
+    const bool isNew = it.seek("auth") != 0;
+    if (isNew && it.newChild("auth", "") != 0) return -1;
+    if (it.putVEList(list, true) != 0) {
+        // Without a list it would refuse everything.
+        if (isNew) it.deleteFromChild();
+        return -1;
+    }
     changed = false;
     return 0;
 }

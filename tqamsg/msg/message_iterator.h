@@ -120,8 +120,9 @@ class TQA_API TQAMessageIterator {
     int getOrigin(std::string* origin);
 
     // VE ids and lists: 0, -1 for missing or malformed data or a failed write, -2 when the
-    // message's access list does not allow an id. After a failure the iterator may stand inside
-    // the element where it failed; ids read before stay in `out`, which is never cleared.
+    // message's access list does not allow an id. After a failed read the iterator may stand inside
+    // the element where it failed; ids read before stay in `out`, which is never cleared. A failed
+    // write takes back the elements that it made.
     //
     // getVE() stores the id even when it answers -2.
     int getVE(int* veid, const char* name);

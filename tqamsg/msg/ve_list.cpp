@@ -90,17 +90,22 @@ int readRanges(TQAMessageIterator& it, IDRangeArray& out, AccessCheck& access, i
     return result;
 }
 
+// Takes back an element that could not be filled: half a list would be read as a list.
+int undo(TQAMessageIterator& it) {
+    it.deleteFromChild();
+    return -1;
+}
+
 int writeRange(TQAMessageIterator& it, int first, int last) {
-    if (it.newChild("ve_range", "") != 0 || it.putValue(first, "start_veid") != 0 ||
-        it.putValue(last, "end_veid") != 0) {
-        return -1;
-    }
+    if (it.newChild("ve_range", "") != 0) return -1;
+    if (it.putValue(first, "start_veid") != 0 || it.putValue(last, "end_veid") != 0)
+        return undo(it);
     return it.seekUp();
 }
 
 int writeId(TQAMessageIterator& it, int id) {
-    if (it.newChild("veid", "") != 0 || it.putValue(id, 0) != 0) return -1;
-    return it.seekUp();
+    if (it.newChild("veid", "") != 0) return -1;
+    return it.putValue(id, 0) == 0 ? it.seekUp() : undo(it);
 }
 
 }  // namespace
@@ -136,7 +141,7 @@ int TQAMessageIterator::putVEList(const IDRangeArray& list, bool addToAccessList
         const auto first = static_cast<int>((*range).first);
         const auto last = static_cast<int>((*range).second);
         if ((first == last ? writeId(*this, first) : writeRange(*this, first, last)) != 0)
-            return -1;
+            return undo(*this);
     }
     if (addToAccessList) message->auth.addVEList(list);
     return seekUp();
