@@ -7,8 +7,7 @@
 #include "tests/nomem/message_stage.h"
 #include "tests/nomem/sweep.h"
 
-#include <filesystem>
-#include <fstream>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace {
@@ -25,6 +24,17 @@ const std::string kXml = "<packet id=\"" + kLong + "\" uid=\"7\"><origin>" + kLo
                          "</origin><foreign><veid>1</veid></foreign><data><vem>" + kHuge +
                          "</vem></data></packet>";
 const std::string kKnownXml = "<packet id=\"7\"><data><vem>" + kHuge + "</vem></data></packet>";
+
+// A file that holds it.
+std::string fileWith(const std::string& text) {
+    std::string path = testing::TempDir() + "tqamsg_nomem_XXXXXX";
+    const int file = mkstemp(path.data());
+    EXPECT_EQ(::write(file, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    close(file);
+    return path;
+}
+
+const std::string kFile = fileWith(kXml);
 
 char* writable(const std::string& text) {
     return const_cast<char*>(text.data());
@@ -114,6 +124,9 @@ const Scenario<S> kLoading[] = {
          BinaryPath path;
          return s.message->fromText(text, path, true);
      }},
+    // -2 while the file is read, -1 while its text is.
+    {"fromTextFile", [](S& s) { return s.message->fromTextFile(kFile); },
+     kLosesContent | kAnyFailure},
     {"newMessage of a factory",
      [](S& s) {
          return s.take(
@@ -260,6 +273,17 @@ constexpr auto kAsItIs = [](S&) {};
 
 TEST(NoMemory, MessagesAreLoadedWholeOrRefused) {
     sweepEverywhere("message, loading", kLoading, kAsItIs);
+}
+
+TEST(NoMemory, AFileThatCannotBeReadForWantOfMemoryIsMinusTwo) {
+    MessageStage stage(typedContent(), Condition::Private);
+    const std::string before = stage.state();
+    for (long from = 0; from < 2; ++from) {
+        const Injection injection(from, Refusing::Once);
+        EXPECT_EQ(stage.message->fromTextFile(kFile), -2) << from;
+    }
+    EXPECT_EQ(stage.state(), before);
+    unlink(kFile.c_str());
 }
 
 TEST(NoMemory, TextsAreReadUnderEveryPolicy) {
