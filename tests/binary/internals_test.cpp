@@ -143,7 +143,7 @@ TEST(BinaryInternals, ABufferThatLostItsStartGrowsInTheSameSteps) {
     fillNumbered(record, kLong);
     const int capacity = record.capacity;
     const int stamp = record.stamp;
-    char* const block = record.block();
+    char* const block = record.block;
     record.remove(24, 8000);
     EXPECT_NE(record.buf, block);
     const std::string left = contentOf(record);

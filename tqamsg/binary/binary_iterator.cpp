@@ -38,7 +38,7 @@ TQABinary* TQABinaryIterator::getBinaryMessage() {
 // Remembers the content as it is now as the one that the path was checked against.
 void TQABinaryIterator::noteContent() {
     const TQABinaryInternals* content = record();
-    buf = content == nullptr ? nullptr : content->block();
+    buf = content == nullptr ? nullptr : content->block;
     stamp = content == nullptr ? -1 : content->stamp;
 }
 

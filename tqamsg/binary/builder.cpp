@@ -229,7 +229,7 @@ TQAMessage* Builder::finish() {
 int Builder::finish(char** buf, int* len) {
     if (fault() != Fault::None) return -1;
     *len = record_->used;
-    *buf = std::exchange(record_->buf, nullptr);
+    *buf = record_->release();
     clear();
     return 0;
 }

@@ -32,12 +32,12 @@ TQABinaryInternals::TQABinaryInternals(const TQABinaryInternals& other) {
 }
 
 TQABinaryInternals::~TQABinaryInternals() {
-    std::free(block());
+    std::free(block);
 }
 
 char* TQABinaryInternals::grow(std::int64_t n) {
-    if (front > 0) {
-        std::memmove(buf - front, buf, bytes(used));
+    if (buf != block) {
+        std::memmove(block, buf, bytes(used));
         takeFront();
         if (capacity > used + n) return buf;
     }
@@ -53,13 +53,13 @@ char* TQABinaryInternals::grow(std::int64_t n) {
 bool TQABinaryInternals::allocate(std::int64_t target) {
     const std::int64_t wish = std::clamp(wholePages(expected), target, tqa::kMaxCapacity);
     std::int64_t size = wish;
-    void* grown = std::realloc(buf, bytes(size));
+    void* grown = std::realloc(block, bytes(size));
     if (grown == nullptr && wish > target) {
         size = target;
-        grown = std::realloc(buf, bytes(size));
+        grown = std::realloc(block, bytes(size));
     }
     if (grown == nullptr) return false;
-    buf = static_cast<char*>(grown);
+    buf = block = static_cast<char*>(grown);
     allocated = size;
     return true;
 }
@@ -90,7 +90,6 @@ void TQABinaryInternals::remove(int from, int n) {
     }
     std::memmove(buf + n, buf, bytes(from));
     buf += n;
-    front += n;
     capacity -= n;
     touched -= n;
     used -= n;
@@ -99,10 +98,9 @@ void TQABinaryInternals::remove(int from, int n) {
 
 // The block is in use from its start again. What is to stay has been moved there.
 void TQABinaryInternals::takeFront() {
-    buf -= front;
-    capacity += front;
-    touched += front;
-    front = 0;
+    capacity += front();
+    touched += front();
+    buf = block;
 }
 
 void TQABinaryInternals::clear() {

@@ -5,6 +5,7 @@
 #include "tqamsg/export.h"
 
 #include <cstdint>
+#include <utility>
 
 // One message content. Messages that share their content point at one record.
 class TQA_API TQABinaryInternals {
@@ -63,8 +64,8 @@ class TQA_API TQABinaryInternals {
     // buffer comes to lie where one of the message's former buffers was.
     void replace(const TQABinaryInternals& other) { stamp = nextStamp(other.stamp); }
 
-    // The block of memory that `buf` lies in. It moves only when the stamp changes.
-    char* block() const { return buf - front; }
+    // Hands out the block of a message from which nothing was deleted; the record can only end.
+    char* release() { return std::exchange(block, nullptr); }
 
     bool isShared() const { return holders > 1; }
     void hold() { ++holders; }
@@ -77,10 +78,9 @@ class TQA_API TQABinaryInternals {
     std::int32_t capacity = 0;  // bytes allocated, from `buf` on
     std::int32_t used = 0;      // bytes of the message
 
-  private:
-    std::int32_t front = 0;  // bytes of the block before `buf`, which are not in use
+    // The block of memory that `buf` lies in. It moves only when the stamp changes.
+    char* block = nullptr;
 
-  public:
     // Where elements have moved. Elements appended behind all others move none.
     tqa::EditLog edits;
 
@@ -100,10 +100,11 @@ class TQA_API TQABinaryInternals {
     }
 
     char* grow(std::int64_t n);
+    std::int32_t front() const { return static_cast<std::int32_t>(buf - block); }
     TQA_LOCAL void takeFront();
     bool allocate(std::int64_t target);
 
-    std::int64_t allocated = 0;  // bytes of the block, front and capacity or more
+    std::int64_t allocated = 0;  // bytes of the block, front() and capacity or more
     std::int64_t expected = 0;
     std::int32_t touched = 0;  // the most bytes used since the buffer was last wiped
     std::int32_t holders = 1;  // messages that point here

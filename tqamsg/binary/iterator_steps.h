@@ -27,7 +27,7 @@ inline tqa::ElementView TQABinaryIterator::current() const {
 inline bool TQABinaryIterator::isNoted() const {
     const TQABinaryInternals* content = record();
     // Two records may carry the same stamp, but not the same block.
-    return content != nullptr && content->stamp == stamp && content->block() == buf;
+    return content != nullptr && content->stamp == stamp && content->block == buf;
 }
 
 // Whether no edit since the path fitted can have moved one of its elements. When it says no, the

@@ -170,6 +170,10 @@ long readLong(std::string_view text) noexcept {
 }
 
 int scanLongLong(std::string_view text, long long* value) noexcept {
+    if (const long long quick = fewDigits(text); quick >= 0) {
+        *value = quick;
+        return 1;
+    }
     skipSpace(text);
     if (atEnd(text)) return -1;
     return takeInteger(text, value) ? 1 : 0;

@@ -36,17 +36,23 @@ namespace tqa {
 // ignored, 0 when there are none, LONG_MAX or LONG_MIN when they are too many.
 long readLong(std::string_view text) noexcept;
 
-// The same, quicker for texts that begin with a digit and have few of them.
-inline long textToLong(std::string_view text) noexcept {
+// The number that a text begins with, when that has a few digits and nothing else; -1 otherwise.
+inline long long fewDigits(std::string_view text) noexcept {
     constexpr std::size_t kFew = 18;
-    long value = 0;
+    long long value = 0;
     std::size_t digits = 0;
     for (; digits < text.size() && digits < kFew; ++digits) {
         const unsigned digit = static_cast<unsigned char>(text[digits]) - unsigned{'0'};
         if (digit > 9) break;
-        value = value * 10 + static_cast<long>(digit);
+        value = value * 10 + static_cast<long long>(digit);
     }
-    return digits > 0 && digits < kFew ? value : readLong(text);
+    return digits > 0 && digits < kFew ? value : -1;
+}
+
+// readLong(), quicker for the texts of fewDigits().
+inline long textToLong(std::string_view text) noexcept {
+    const long long value = fewDigits(text);
+    return value >= 0 ? static_cast<long>(value) : readLong(text);
 }
 
 // Like sscanf "%lld" and "%lf": 1 and *value set, 0 when the text does not begin with a number, -1
