@@ -67,6 +67,20 @@ std::optional<std::string> base64Payload(const std::string& text) {
     return bytes += '\0';
 }
 
+// How many bytes at the front of the text are one printable character, in UTF-8; 0 for a control
+// character (also U+0080 to U+009F, which terminals obey) and for what is no UTF-8.
+std::size_t printableLength(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text.front());
+    if (first < 0x80) return first >= 0x20 && first != 0x7F ? 1 : 0;
+    if (first < 0xC2 || first > 0xF4) return 0;
+    const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    if (text.size() < length) return 0;
+    for (const char c : text.substr(1, length - 1))
+        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) return 0;
+    const bool isControl = first == 0xC2 && static_cast<unsigned char>(text[1]) < 0xA0;
+    return isControl ? 0 : length;
+}
+
 std::string_view base64Bytes(ElementView element) {
     const std::string_view bytes = element.bytes();
     return bytes.substr(0, bytes.size() - std::min<std::size_t>(bytes.size(), 1));
@@ -122,17 +136,18 @@ std::string namespaceOf(int ns) {
 
 std::string inQuotes(std::string_view text) {
     std::string out = "\"";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
+    while (!text.empty()) {
+        const std::size_t length = printableLength(text);
+        const char c = text.front();
         if (c == '\n') {
             out += "\\n";
-        } else if (c == '"' || c == '\\') {
-            (out += '\\') += c;
-        } else if (byte < 0x20 || byte == 0x7F) {
+        } else if (length == 0) {
             (out += "\\x") += hexDigits({&c, 1});
         } else {
-            out += c;
+            if (c == '"' || c == '\\') out += '\\';
+            out += text.substr(0, length);
         }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return out += '"';
 }

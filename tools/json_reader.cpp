@@ -236,6 +236,8 @@ std::string readJson(std::string_view text) {
         document = json::parse(text);
     } catch (const json::parse_error& error) {
         throw JsonFault("byte " + std::to_string(error.byte) + ": no JSON");
+    } catch (const json::out_of_range&) {
+        throw JsonFault("a number that is too large");
     }
     return Builder().build(document);
 }

@@ -180,8 +180,6 @@ std::string writeJson(TQAMessage& message) {
     const std::string bytes = bytesOf(message);
     std::string out = "{";
     appendMember(out, "tqamsg", std::to_string(kJsonVersion));
-    const auto reserved = tqa::load<std::uint32_t>(bytes.data() + 4);
-    if (reserved != 0) appendMember(out, "reserved", std::to_string(reserved));
     appendMember(out, "root", "");
     appendTree(
         out, tqa::ElementView::find(bytes.data() + tqa::kRootOffset, bytes.data() + bytes.size()));

@@ -14,9 +14,11 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <list>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 #include <vector>
 
@@ -127,7 +129,8 @@ class Tap {
   private:
     // Waits for something to do, and does it.
     void round(const sigset_t& mask) {
-        std::vector<pollfd> entries = {{isOnce_ && count_ > 0 ? -1 : listener_.get(), POLLIN, 0}};
+        const bool accepts = !isFull_ && !(isOnce_ && count_ > 0);
+        std::vector<pollfd> entries = {{accepts ? listener_.get() : -1, POLLIN, 0}};
         for (const Connection& connection : connections_)
             for (const Side side : {Side::Client, Side::Server})
                 entries.push_back(entryOf(connection, side));
@@ -139,7 +142,8 @@ class Tap {
         for (Connection& connection : connections_)
             for (const Side side : {Side::Client, Side::Server})
                 serve(connection, side, entries[i++].revents);
-        connections_.remove_if([](const Connection& each) { return each.isOver(); });
+        if (connections_.remove_if([](const Connection& each) { return each.isOver(); }) > 0)
+            isFull_ = false;
         if (entries[0].revents != 0) accept();
     }
 
@@ -158,8 +162,15 @@ class Tap {
     }
 
     void accept() {
-        Descriptor client(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        if (client.get() < 0) return;
+        // Kept for the socket to the operator.
+        Descriptor spare(::fcntl(listener_.get(), F_DUPFD_CLOEXEC, 0));
+        Descriptor client(
+            spare.get() < 0 ? -1 : ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        if (client.get() < 0) {
+            isFull_ = errno == EMFILE && !connections_.empty();
+            return;
+        }
+        spare = Descriptor();
         Connection connection{++count_, {}, {}, {}};
         connection.talk.port = static_cast<std::uint16_t>(40000 + (count_ - 1) % 20000);
         try {
@@ -253,6 +264,7 @@ class Tap {
     const Descriptor listener_;
     std::list<Connection> connections_;
     long count_ = 0;
+    bool isFull_ = false;  // no descriptors are left until a connection ends
 };
 
 Exit tap(const Arguments& arguments) {

@@ -32,6 +32,29 @@ TEST(ToolShow, WritesOutWhatWouldMoveTheCursor) {
               "  name #1026 Untyped \"a\\x1b[2J\\\\ \\\"\\n\"\n");
 }
 
+TEST(ToolShow, KeepsCharactersAndWritesOutControlsAndWhatIsNoUtf8) {
+    const struct {
+        const char* value;  // for printf
+        const char* shown;
+    } rows[] = {
+        {"\\xC3\\xA4\\xE2\\x82\\xAC\\xF0\\x9F\\x98\\x80", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
+        {"a\\x7F", "a\\x7f"},
+        {"\\xC2\\x9B2J", "\\xc2\\x9b2J"},  // the terminal's CSI in one character
+        {"\\xC2\\xA0", "\xC2\xA0"},
+        {"\\x9B2J", "\\x9b2J"},
+        {"\\xC3(", "\\xc3("},
+        {"\\xE2\\x82", "\\xe2\\x82"},
+        {"\\xC1\\x9B\\xFF", "\\xc1\\x9b\\xff"},
+    };
+    for (const auto& row : rows) {
+        const Result result = run(std::string("printf '<packet><name>") + row.value +
+                                  "</name></packet>' | tqamsg show -");
+        EXPECT_EQ(result.output, std::string("packet #1398 Container\n  name #1026 Untyped \"") +
+                                     row.shown + "\"\n")
+            << row.value;
+    }
+}
+
 TEST(ToolShow, NamesIdentifiersThatAreNoWordsByTheirNumber) {
     const Result result =
         run("echo '{\"tqamsg\":1,\"root\":{\"name\":\"#9999\",\"ns\":999,\"kind\":77,"
@@ -132,6 +155,8 @@ TEST(ToolInput, NamesTheFileAndTheOffsetOfAFault) {
          3, "tqamsg: N.in: offset N: a binary message that is cut short or damaged\n"},
         {"echo '{\"tqamsg\":1,' | tqamsg show -", 3,
          "tqamsg: standard input: offset 0: byte 14: no JSON\n"},
+        {"echo '{\"tqamsg\":1,\"root\":1e999}' | tqamsg show -", 3,
+         "tqamsg: standard input: offset 0: a number that is too large\n"},
         {"echo '98ba xy' | tqamsg show -", 3,
          "tqamsg: standard input: offset 5: neither a message nor hexadecimal text\n"},
         {"echo '0102030405060708' | tqamsg show -", 3,

@@ -305,6 +305,42 @@ TEST(ToolTap, ShowsTreesAndWhatIsNoMessage) {
         << bytesIn(folder.path("out"));
 }
 
+TEST(ToolTap, LetsClientsWaitWhileItHasNoDescriptors) {
+    // Operator and clients in one. A tap that turns round meanwhile has used up its second of time.
+    constexpr const char* kScript = R"(
+import socket, sys
+def unix(): return socket.socket(socket.AF_UNIX)
+operator = unix()
+operator.bind(sys.argv[2])
+operator.listen(16)
+clients = [unix() for _ in range(16)]
+for client in clients:
+    client.connect(sys.argv[1])
+operator.settimeout(2)
+served = []
+try:
+    while True:
+        served.append(operator.accept()[0])
+except TimeoutError:
+    pass
+print('some wait' if 0 < len(served) < 16 else len(served))
+served[0].close()
+clients[0].close()
+operator.settimeout(20)
+operator.accept()
+print('one more is served')
+)";
+    Folder folder;
+    const std::string tap = folder.path("tap");
+    const Result result = run("(ulimit -n 20 -t 1; exec " TQA_TOOL " tap --listen unix:" + tap +
+                              " --connect unix:" + folder.path("operator") +
+                              " 2> /dev/null) & for i in {1..200}; do [ -S " + tap +
+                              " ] && break; sleep 0.05; done; python3 -c \"" + kScript + "\" " +
+                              tap + " " + folder.path("operator") + "; kill -TERM $!; wait $!");
+    EXPECT_EQ(result.output, "some wait\none more is served\n");
+    EXPECT_EQ(result.status, 0);
+}
+
 TEST(ToolTap, EndsWithASignalAndRemovesItsSocket) {
     Folder folder;
     const Result result = run(tapped(folder, "", "kill -TERM $!") + "; echo $?; [ -S " +
