@@ -147,22 +147,22 @@ class TQA_API TQABinary : public TQAMessage {
         return internals != nullptr && !internals->isShared() &&
                (refcount == nullptr || *refcount <= 1);
     }
-    void takeContent(TQABinaryInternals* record);
-    bool startOver();
-    void setAside(TQABinaryInternals* record);
-    void dropAside();
-    TQABinaryIterator* iteratorOnThis(TQAMessageIterator* at);
-    int appendElement(BinaryPath& parent, tqa::ElementView element);
-    bool replaceRaw(const BinaryPath& parent, int stop, int taken,
-                    const TQABinaryInternals& expanded);
+    TQA_LOCAL void takeContent(TQABinaryInternals* record);
+    TQA_LOCAL bool startOver();
+    TQA_LOCAL void setAside(TQABinaryInternals* record);
+    TQA_LOCAL void dropAside();
+    TQA_LOCAL TQABinaryIterator* iteratorOnThis(TQAMessageIterator* at);
+    TQA_LOCAL int appendElement(BinaryPath& parent, tqa::ElementView element);
+    TQA_LOCAL bool replaceRaw(const BinaryPath& parent, int stop, int taken,
+                              const TQABinaryInternals& expanded);
     template <auto read, class Value>
-    int readField(int id, Value* value);
-    int readFlag(int id, int* on);
-    bool overwriteField(int id, tqa::Kind kind, const void* data, int length);
-    int setField(int id, int value);
-    int setField(int id, std::string_view text);
-    int saveAndFind(TQAMessageIterator* from, tqa::ElementView* element);
-    int saveAccessList(TQABinaryIterator* along);
+    TQA_LOCAL int readField(int id, Value* value);
+    TQA_LOCAL int readFlag(int id, int* on);
+    TQA_LOCAL bool overwriteField(int id, tqa::Kind kind, const void* data, int length);
+    TQA_LOCAL int setField(int id, int value);
+    TQA_LOCAL int setField(int id, std::string_view text);
+    TQA_LOCAL int saveAndFind(TQAMessageIterator* from, tqa::ElementView* element);
+    TQA_LOCAL int saveAccessList(TQABinaryIterator* along);
 
     // Frozen order.
     std::uint32_t policy;

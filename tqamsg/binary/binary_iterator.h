@@ -151,49 +151,51 @@ class TQA_API TQABinaryIterator : public TQAMessageIterator {
     friend tqa::ElementView tqa::elementOf(TQABinaryIterator& it);
 
     // What every operation does, inline in tqamsg/binary/iterator_steps.h.
-    TQABinary& binary() const;
-    TQABinaryInternals* record() const;
-    tqa::ElementView current() const;
-    tqa::ElementView childWithId(int id);
-    tqa::ElementView reach(int id);
-    tqa::ElementView reachOn(int id);
-    bool isNoted() const;
-    bool isPathKnown() const;
-    bool canWriteQuickly();
-    bool append(int id, std::uint32_t word, const void* data, int length);
-    bool appendLast(tqa::ElementView parent, int id, std::uint32_t word, const void* data,
-                    int length);
-    bool putQuickly(int id, tqa::Kind kind, const void* data, std::size_t length);
+    TQA_LOCAL TQABinary& binary() const;
+    TQA_LOCAL TQABinaryInternals* record() const;
+    TQA_LOCAL tqa::ElementView current() const;
+    TQA_LOCAL tqa::ElementView childWithId(int id);
+    TQA_LOCAL tqa::ElementView reach(int id);
+    TQA_LOCAL tqa::ElementView reachOn(int id);
+    TQA_LOCAL bool isNoted() const;
+    TQA_LOCAL bool isPathKnown() const;
+    TQA_LOCAL bool canWriteQuickly();
+    TQA_LOCAL bool append(int id, std::uint32_t word, const void* data, int length);
+    TQA_LOCAL bool appendLast(tqa::ElementView parent, int id, std::uint32_t word, const void* data,
+                              int length);
+    TQA_LOCAL bool putQuickly(int id, tqa::Kind kind, const void* data, std::size_t length);
 
-    int recheck();
-    void noteContent();
-    void notePath();
-    void noteEdit(bool wasKnown);
-    bool pushRoot();
-    bool checkPath() const;
+    TQA_LOCAL int recheck();
+    TQA_LOCAL void noteContent();
+    TQA_LOCAL void notePath();
+    TQA_LOCAL void noteEdit(bool wasKnown);
+    TQA_LOCAL bool pushRoot();
+    TQA_LOCAL bool checkPath() const;
 
-    int enter(tqa::ElementView child);
-    tqa::ElementView sibling(const char** end) const;
-    int moveAcross(tqa::ElementView sibling);
-    void keepRoot();
-    void follow(int from, int distance);
+    TQA_LOCAL int enter(tqa::ElementView child);
+    TQA_LOCAL tqa::ElementView sibling(const char** end) const;
+    TQA_LOCAL int moveAcross(tqa::ElementView sibling);
+    TQA_LOCAL void keepRoot();
+    TQA_LOCAL void follow(int from, int distance);
 
-    static tqa::ElementView expandFrom(tqa::ElementView raw, const char* end,
-                                       TQABinaryInternals& expanded, int* taken);
+    TQA_LOCAL static tqa::ElementView expandFrom(tqa::ElementView raw, const char* end,
+                                                 TQABinaryInternals& expanded, int* taken);
 
-    int put(int id, tqa::Kind kind, const void* data, std::size_t length);
-    int putTerminated(int id, tqa::Kind kind, const char* data, int len);
-    int putAt(const std::string& name, tqa::Kind kind, const void* data, std::size_t length);
-    int putAnywhere(int id, tqa::Kind kind, const void* data, std::size_t length);
-    int putAlong(const std::string& name, tqa::Kind kind, const void* data, std::size_t length);
+    TQA_LOCAL int put(int id, tqa::Kind kind, const void* data, std::size_t length);
+    TQA_LOCAL int putTerminated(int id, tqa::Kind kind, const char* data, int len);
+    TQA_LOCAL int putByName(const std::string& name, tqa::Kind kind, const void* data,
+                            std::size_t length);
+    TQA_LOCAL int putTheLongWay(int id, tqa::Kind kind, const void* data, std::size_t length);
+    TQA_LOCAL int putByPath(const std::string& name, tqa::Kind kind, const void* data,
+                            std::size_t length);
     template <auto read, class Value>
-    int get(int id, Value* value);
+    TQA_LOCAL int get(int id, Value* value);
     template <auto read, class Value>
-    TQA_LOCAL int getAnywhere(int id, Value* value);
+    TQA_LOCAL int getTheLongWay(int id, Value* value);
     template <auto read, class Value>
-    TQA_LOCAL int getAt(const std::string& name, Value* value);
+    TQA_LOCAL int getByName(const std::string& name, Value* value);
     template <auto read, class Value>
-    TQA_LOCAL int getAlong(const std::string& name, Value* value);
+    TQA_LOCAL int getByPath(const std::string& name, Value* value);
 
     // Frozen order.
     std::uint32_t policy;

@@ -114,16 +114,16 @@ class TQA_API Builder {
     void clear() noexcept;
 
   private:
-    bool begin();
-    bool hasRoot() const noexcept;
-    bool fail(Fault fault) noexcept;
-    Builder& failing(Fault fault) noexcept;
-    char* append(std::int64_t size);
-    char* appendInside(std::int64_t size);
-    char* appendNamed(Name name, std::int64_t size);
-    Builder& putText(Name name, Kind kind, std::string_view text);
+    TQA_LOCAL bool begin();
+    TQA_LOCAL bool hasRoot() const noexcept;
+    TQA_LOCAL bool fail(Fault fault) noexcept;
+    TQA_LOCAL Builder& failing(Fault fault) noexcept;
+    TQA_LOCAL char* append(std::int64_t size);
+    TQA_LOCAL char* appendInside(std::int64_t size);
+    TQA_LOCAL char* appendNamed(Name name, std::int64_t size);
+    TQA_LOCAL Builder& putText(Name name, Kind kind, std::string_view text);
     template <class T>
-    Builder& putNumber(Name name, Kind kind, T value);
+    TQA_LOCAL Builder& putNumber(Name name, Kind kind, T value);
 
     TQABinary* message_ = nullptr;
     TQABinaryInternals* record_ = nullptr;  // the message's

@@ -102,7 +102,7 @@ class TQA_API TQABinaryInternals {
     char* grow(std::int64_t n);
     std::int32_t front() const { return static_cast<std::int32_t>(buf - block); }
     TQA_LOCAL void takeFront();
-    bool allocate(std::int64_t target);
+    TQA_LOCAL bool allocate(std::int64_t target);
 
     std::int64_t allocated = 0;  // bytes of the block, front() and capacity or more
     std::int64_t expected = 0;

@@ -28,10 +28,10 @@ std::size_t writeTime(long value, char* text) {
 // Replaces the value of the child (or of the current element for id 0), or appends the child.
 [[gnu::always_inline]] inline int TQABinaryIterator::put(int id, Kind kind, const void* data,
                                                          std::size_t length) {
-    return putQuickly(id, kind, data, length) ? 0 : putAnywhere(id, kind, data, length);
+    return putQuickly(id, kind, data, length) ? 0 : putTheLongWay(id, kind, data, length);
 }
 
-int TQABinaryIterator::putAnywhere(int id, Kind kind, const void* data, std::size_t length) {
+int TQABinaryIterator::putTheLongWay(int id, Kind kind, const void* data, std::size_t length) {
     if (length > std::numeric_limits<std::int32_t>::max()) return -1;
     if (validateInternals() != 0 || path.empty()) return -1;
     const bool wasKnown = isPathKnown();
@@ -99,12 +99,12 @@ int TQABinaryIterator::putValueXML(const std::string& value, int id) {
 template <auto read, class Value>
 [[gnu::always_inline]] inline int TQABinaryIterator::get(int id, Value* value) {
     const tqa::ElementView element = reachOn(id);
-    if (!element || element.length() == 0) return getAnywhere<read>(id, value);
+    if (!element || element.length() == 0) return getTheLongWay<read>(id, value);
     return read(element, value);
 }
 
 template <auto read, class Value>
-[[gnu::noinline]] int TQABinaryIterator::getAnywhere(int id, Value* value) {
+[[gnu::noinline]] int TQABinaryIterator::getTheLongWay(int id, Value* value) {
     const tqa::ElementView element = reach(id);
     if (!element) return -1;
     const int status = read(element, value);
@@ -173,16 +173,16 @@ int TQABinaryIterator::putAttrTime(long value, int id) {
 // One word leads to a child like its id does. What is more than a word goes the long way, and so
 // does a word as long as raw children are to be expanded on it.
 template <auto read, class Value>
-int TQABinaryIterator::getAt(const std::string& name, Value* value) {
+int TQABinaryIterator::getByName(const std::string& name, Value* value) {
     const int id = tqa::tagId(name);
-    if (id == 0 || (policy & kExpandRaw) != 0) return getAlong<read>(name, value);
+    if (id == 0 || (policy & kExpandRaw) != 0) return getByPath<read>(name, value);
     const tqa::ElementView element = reach(id);
     const int status = element ? read(element, value) : -1;
     return status == tqa::kNoPayload ? -1 : status;
 }
 
 template <auto read, class Value>
-int TQABinaryIterator::getAlong(const std::string& name, Value* value) {
+int TQABinaryIterator::getByPath(const std::string& name, Value* value) {
     tqa::SavedPosition start(path, name);
     const std::int32_t stampBefore = stamp;
     if (seek(name) != 0) return -1;
@@ -193,14 +193,14 @@ int TQABinaryIterator::getAlong(const std::string& name, Value* value) {
     return status;
 }
 
-int TQABinaryIterator::putAt(const std::string& name, Kind kind, const void* data,
-                             std::size_t length) {
+int TQABinaryIterator::putByName(const std::string& name, Kind kind, const void* data,
+                                 std::size_t length) {
     const int id = tqa::tagId(name);
-    return id != 0 && putQuickly(id, kind, data, length) ? 0 : putAlong(name, kind, data, length);
+    return id != 0 && putQuickly(id, kind, data, length) ? 0 : putByPath(name, kind, data, length);
 }
 
-int TQABinaryIterator::putAlong(const std::string& name, Kind kind, const void* data,
-                                std::size_t length) {
+int TQABinaryIterator::putByPath(const std::string& name, Kind kind, const void* data,
+                                 std::size_t length) {
     const bool isNew = seek(name) != 0;
     if (isNew && newChild(name, std::string()) != 0) return -1;
     const int status = put(0, kind, data, length);
@@ -215,53 +215,53 @@ int TQABinaryIterator::putAlong(const std::string& name, Kind kind, const void* 
 }
 
 int TQABinaryIterator::getValueBase64(std::string* value, const std::string& name) {
-    return getAt<tqa::readBase64>(name, value);
+    return getByName<tqa::readBase64>(name, value);
 }
 
 int TQABinaryIterator::getValue(std::string* value, const std::string& name) {
-    return getAt<tqa::readString>(name, value);
+    return getByName<tqa::readString>(name, value);
 }
 
 int TQABinaryIterator::getValue(int* value, const std::string& name) {
-    return getAt<tqa::readInt>(name, value);
+    return getByName<tqa::readInt>(name, value);
 }
 
 int TQABinaryIterator::getValueLongLong(long long* value, const std::string& name) {
-    return getAt<tqa::readLongLong>(name, value);
+    return getByName<tqa::readLongLong>(name, value);
 }
 
 int TQABinaryIterator::getValueDouble(double* value, const std::string& name) {
-    return getAt<tqa::readDouble>(name, value);
+    return getByName<tqa::readDouble>(name, value);
 }
 
 int TQABinaryIterator::getValueTime(long* value, const std::string& name) {
-    return getAt<tqa::readTime>(name, value);
+    return getByName<tqa::readTime>(name, value);
 }
 
 int TQABinaryIterator::putValueBase64(const std::string& value, const std::string& name) {
-    return putAt(name, Kind::Base64, value.c_str(), value.size() + 1);
+    return putByName(name, Kind::Base64, value.c_str(), value.size() + 1);
 }
 
 int TQABinaryIterator::putValue(const std::string& value, const std::string& name) {
-    return putAt(name, Kind::String, value.c_str(), value.size() + 1);
+    return putByName(name, Kind::String, value.c_str(), value.size() + 1);
 }
 
 int TQABinaryIterator::putValueLongLong(long long value, const std::string& name) {
-    return putAt(name, Kind::LongLong, &value, sizeof value);
+    return putByName(name, Kind::LongLong, &value, sizeof value);
 }
 
 int TQABinaryIterator::putValueDouble(double value, const std::string& name) {
-    return putAt(name, Kind::Double, &value, sizeof value);
+    return putByName(name, Kind::Double, &value, sizeof value);
 }
 
 int TQABinaryIterator::putValue(int value, const std::string& name) {
-    return putAt(name, Kind::Int, &value, sizeof value);
+    return putByName(name, Kind::Int, &value, sizeof value);
 }
 
 int TQABinaryIterator::putValueTime(long value, const std::string& name) {
     char text[kTimeTextSize];
     const std::size_t length = writeTime(value, text);
-    return length == 0 ? -1 : putAt(name, Kind::Time, text, length);
+    return length == 0 ? -1 : putByName(name, Kind::Time, text, length);
 }
 
 // --- subtrees -----------------------------------------------------------------------------------

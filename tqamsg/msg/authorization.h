@@ -71,7 +71,7 @@ class TQA_API TQAAuthorization {
   private:
     friend class tqa::AccessCheck;
 
-    bool ready();
+    TQA_LOCAL bool ready();
     // What the checks answer once they may.
     TQA_LOCAL bool allows(int first, int last) const {
         return allowAll ||

@@ -164,6 +164,6 @@ class TQA_API TQAMessage {
     int makePrivate();
 
   private:
-    void shareCounter(const TQAMessage& other);
-    void leaveCounter();
+    TQA_LOCAL void shareCounter(const TQAMessage& other);
+    TQA_LOCAL void leaveCounter();
 };

@@ -82,6 +82,6 @@ class TQA_API TQASoapConverter {
 
   private:
     // The two steps on texts that need not be terminated.
-    int readHeader(std::string_view header, TQAMessage& msg);
-    int readBody(std::string_view body, TQAMessage& msg);
+    TQA_LOCAL int readHeader(std::string_view header, TQAMessage& msg);
+    TQA_LOCAL int readBody(std::string_view body, TQAMessage& msg);
 };

@@ -60,7 +60,7 @@ class TQA_API Logger {
     [[gnu::format(printf, 2, 3)]] void put(const char* format, ...);
 
   private:
-    int openFileOf(const std::tm& now);
+    TQA_LOCAL int openFileOf(const std::tm& now);
 
     TQALock lock_;      // guards the path and its day
     std::string path_;  // directory and file name of `day_`
