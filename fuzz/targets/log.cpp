@@ -98,7 +98,7 @@ TQA_TARGET(log) {
     const std::string text(input.substr(0, input.find('\0')));
     tqa_fuzz::Numbers numbers(input);
 
-    const auto level = static_cast<int>(numbers()) - 2;
+    const auto level = static_cast<int>(numbers() - 2);
     printTo(logger, level, "%s", text.c_str());
     expectLine(folder.take(), getLogLevelName(level), text);
 
