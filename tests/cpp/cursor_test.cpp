@@ -189,6 +189,13 @@ TEST(Children, OfOneNameAreThoseAlone) {
     EXPECT_EQ(idsOf(tqa::children(lookAt(m, "data/vem"), "vem")), std::vector<int>());
 }
 
+// The raw element beside the veids has the id 0, as every unknown word has.
+TEST(Children, OfAnUnknownNameAreNone) {
+    const Message m = parse(kPacket);
+    EXPECT_EQ(idsOf(tqa::children(lookAt(m, "data/vem"), "nosuchword")), std::vector<int>());
+    EXPECT_EQ(idsOf(tqa::children(lookAt(m, "data/vem"), 0)), std::vector<int>());
+}
+
 TEST(Children, AreARangeForTheAlgorithms) {
     static_assert(std::forward_iterator<tqa::Children::Iterator>);
     const Message m = parse(kPacket);

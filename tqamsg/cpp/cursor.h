@@ -131,7 +131,7 @@ class Cursor {
 };
 
 // The children of an element, header attributes included, in their order: a forward range of
-// cursors. With a name, those of that name.
+// cursors. With a name, those of that name: none for a word that the vocabulary does not know.
 class Children {
   public:
     class Iterator {
@@ -177,8 +177,10 @@ class Children {
     explicit Children(Cursor parent) noexcept : Children(parent, kAnyId) {}
     Children(Cursor parent, Name name) noexcept : parent_(parent.element()), id_(name.id()) {}
 
+    // Raw elements have the id of an unknown word, but not its name.
     Iterator begin() const noexcept {
-        return parent_ ? Iterator(parent_.firstChild(), parent_.end(), id_) : Iterator();
+        if (!parent_ || id_ == 0) return Iterator();
+        return Iterator(parent_.firstChild(), parent_.end(), id_);
     }
     static std::default_sentinel_t end() noexcept { return {}; }
 
