@@ -23,6 +23,13 @@ using nlohmann::json;
     throw JsonFault(what);
 }
 
+// The member of an object, or `otherwise`. Not json::value(), whose copy recurses as deep as what a
+// stranger wrote.
+const json& memberOf(const json& object, const char* name, const json& otherwise) {
+    const auto member = object.find(name);
+    return member != object.end() ? *member : otherwise;
+}
+
 std::string textOf(const json& value, const char* member) {
     if (!value.is_string()) refuse(std::string("\"") + member + "\" is no string");
     return value.get<std::string>();
@@ -54,7 +61,8 @@ int idOf(const json& element) {
 constexpr std::int64_t kMost16 = std::numeric_limits<std::uint16_t>::max();
 
 int namespaceOf(const json& element) {
-    const json ns = element.value("ns", json(0));
+    static const json none = 0;
+    const json& ns = memberOf(element, "ns", none);
     if (!ns.is_string()) return static_cast<int>(numberOf(ns, "ns", kMost16));
     const auto found = TextNSIDMap.find(ns.get<std::string>());
     if (found == TextNSIDMap.end()) refuse(ns.dump() + " is no namespace");
@@ -62,7 +70,8 @@ int namespaceOf(const json& element) {
 }
 
 Kind kindOf(const json& element) {
-    const json kind = element.value("kind", json(nullptr));
+    static const json none;
+    const json& kind = memberOf(element, "kind", none);
     if (!kind.is_string()) return static_cast<Kind>(numberOf(kind, "kind", kMost16));
     const auto named = kindNamed(kind.get<std::string>());
     if (!named) refuse(kind.dump() + " is no kind");
@@ -120,7 +129,8 @@ class Builder {
     };
 
     static void checkDocument(const json& document) {
-        if (!document.is_object() || document.value("tqamsg", json(0)) != json(kJsonVersion)) {
+        static const json none;
+        if (!document.is_object() || memberOf(document, "tqamsg", none) != json(kJsonVersion)) {
             refuse("/: \"tqamsg\" is not " + std::to_string(kJsonVersion));
         }
         checkMembers(document, {"tqamsg", "root"});

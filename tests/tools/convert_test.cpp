@@ -153,11 +153,31 @@ TEST(ToolConvert, RefusesJsonThatIsNoMessage) {
          "/root: \"padding\" has another length"},
         {R"({"tqamsg":1,"root":{"name":"list","kind":"Int","value":1,"children":[]}})",
          "/root: \"children\" in an element that is no Container"},
+        {R"({"tqamsg":1,"root":{"name":"list","kind":"Double","value":1e999}})",
+         "a number that is too large"},
+        {R"({"tqamsg":1,"root":{"name":"list",})", "byte 35: no JSON"},
     };
     for (const Row& row : rows) {
         const Result result = runWithErrors("echo '" + std::string(row.json) + "' | tqamsg show -");
         EXPECT_EQ(result.status, 3) << row.json;
         EXPECT_EQ(result.output, refused + row.complaint + "\n") << row.json;
+    }
+}
+
+// Each member holds arrays so deep that a step of the stack for each would be too many.
+TEST(ToolConvert, RefusesJsonThatIsTooDeepForItsMembers) {
+    Folder folder;
+    const std::string deep = std::string(400000, '[') + std::string(400000, ']');
+    const std::string element = R"({"tqamsg":1,"root":{"name":"list","kind":)";
+    for (const std::string& json :
+         {R"({"tqamsg":)" + deep + "}", R"({"tqamsg":1,"root":)" + deep + "}",
+          element + deep + "}}", element + R"("Int","ns":)" + deep + "}}",
+          element + R"("Int","value":)" + deep + "}}", element + R"("Int","bytes":)" + deep + "}}",
+          element + R"("Container","length":)" + deep + "}}",
+          element + R"("Container","children":)" + deep + "}}"}) {
+        const Result result =
+            runWithErrors("tqamsg validate " + folder.write("deep", json) + " > /dev/null");
+        EXPECT_EQ(result.status, 3) << json.substr(0, 60) << result.output;
     }
 }
 
