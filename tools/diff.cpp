@@ -156,6 +156,8 @@ bool printDifferences(const std::string& lines, long number) {
 }
 
 Exit diff(const Arguments& arguments) {
+    if (arguments.text("A") == "-" && arguments.text("B") == "-")
+        throw Failure(kUsage, "only one of A and B can be standard input");
     std::vector<Path> ignored;
     for (const std::string& text : arguments.all("--ignore")) ignored.emplace_back(text);
     Comparison comparison(ignored, arguments.has("--as-text"));

@@ -240,6 +240,7 @@ TEST(ToolInspect, FailsWithAStatusAndOneLine) {
          "tqamsg: standard input: offset 0: text that is no message\n"},
         {"echo '<packet/>' | tqamsg diff --ignore '' - /dev/null", 2,
          "tqamsg: an empty path; the root is /\n"},
+        {"tqamsg diff - - < /dev/null", 2, "tqamsg: only one of A and B can be standard input\n"},
         {"echo x | tqamsg log -", 3,
          "tqamsg: standard input: offset 0: no line of the agent's log\n"},
         {"echo x | tqamsg log --since yesterday -", 2,
