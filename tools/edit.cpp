@@ -29,6 +29,8 @@ std::string payloadFor(const Assignment& wanted, Kind kind) {
 
 Kind usualKind(int id) {
     switch (id) {
+        case 0:
+            return Kind::Unparsed;
         case tqa::Attr_priority:
         case tqa::Attr_type:
         case tqa::Attr_uid:

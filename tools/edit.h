@@ -19,7 +19,8 @@ std::optional<tqa::Kind> kindIn(const Arguments& arguments);
 // not fit the kind.
 std::string payloadFor(const Assignment& wanted, tqa::Kind kind);
 
-// The kind that a value gets if nothing else is said: that of the header attribute, else String.
+// The kind that a value gets if nothing else is said: that of the header attribute, Unparsed for a
+// raw element, else String.
 tqa::Kind usualKind(int id);
 
 // Makes the steps of the path from `from` on, below the element at the end of `way`, which moves to

@@ -67,9 +67,9 @@ Verb setVerb() {
         "Writes the message, in the form it came in, with the first element at PATH changed; what "
         "is missing on the way is made. Paths are those of get.\n\n"
         "Without --kind a number, bytes or a time keep their kind, header attributes get the one "
-        "they usually have, and everything else becomes a String. Bytes are given in Base64, times "
-        "as 2005-06-07T08:09:10+0000 or in seconds since 1970. A changed element loses its "
-        "namespace.",
+        "they usually have, raw elements (#0) stay raw, and everything else becomes a String. "
+        "Bytes are given in Base64, times as 2005-06-07T08:09:10+0000 or in seconds since 1970. A "
+        "changed element loses its namespace.",
         {
             flag("-a,--all",
                  "change all elements at the path and make none; exit with 1 if there is none"),

@@ -101,6 +101,15 @@ TEST(ToolSet, KeepsKindsAndGivesHeaderAttributesTheirOwn) {
               "  @time #104 Time \"1970-01-02T00:00:00+0000\"\n");
 }
 
+TEST(ToolSet, KeepsRawElementsRaw) {
+    const Result changed = tree(
+        "tqamsg convert :bin - | tqamsg set 'data/ve[2]/#0=<another_word/>' - | "
+        "tqamsg get 'data/ve[2]' -");
+    EXPECT_EQ(changed.output, "<ve type=\"2\">\n<veid>102</veid>\n<another_word/>\n</ve>\n");
+    EXPECT_EQ(run("echo '<packet/>' | tqamsg add '#0=<another_word/>' -").output,
+              "<packet>\n<another_word/>\n</packet>\n");
+}
+
 TEST(ToolSet, ChangesAllElementsAtThePath) {
     const Result result = tree(
         "tqamsg set --all data/ve/veid=a_much_longer_value - | "
