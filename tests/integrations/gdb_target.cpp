@@ -1,7 +1,7 @@
 // The program that gdb looks into: objects of every kind, all in sight of stopHere().
 
 #include "tqamsg/binary/layout.h"
-#include "tqamsg/tqamsg.h"
+#include "tqamsg/tqa.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -37,11 +37,18 @@ int main(int argc, char** argv) {
     static_cast<void>(it.firstChild("target"));
     const tqa::ElementView view = tqa::elementOf(it);
     const tqa::ElementView noView;
+    const tqa::Message copy(message->copy(false));
+    const tqa::Message noCopy;
+    const tqa::Cursor cursor(view);
+    const tqa::Cursor noCursor;
     const TQABinaryInternals record;
     BinaryPath path;
     path.push_back(tqa::Tag_packet, 8);
     path.push_back(tqa::Tag_data, 64);
 
     stopHere(&reference);
-    std::_Exit(view && !noView && record.used == 0 && nobody.operator->() == nullptr ? 0 : 1);
+    std::_Exit(view && !noView && copy && !noCopy && cursor && !noCursor && record.used == 0 &&
+                       nobody.operator->() == nullptr
+                   ? 0
+                   : 1);
 }

@@ -77,6 +77,8 @@ class Printers(unittest.TestCase):
             ("p binary", request),
             ("p owner", request),
             ("p nobody", "no message"),
+            ("p copy", request),
+            ("p noCopy", "no message"),
             ("p unfilled", "empty"),
             ("p record", "empty of 0, stamp 0"),
             ("p *" + RECORD, request.replace("96 bytes", "96 bytes of 4096, stamp 2")),
@@ -89,6 +91,8 @@ class Printers(unittest.TestCase):
             ("p path", "/packet/data at 64"),
             ("p view", '<target>, 24 bytes = {value = "vem"}'),
             ("p noView", "no element"),
+            ("p cursor", '<target>, 24 bytes = {value = "vem"}'),
+            ("p noCursor", "no element"),
             ([f"set var {RECORD}->stamp = 7", "p it"], "/packet/target at 40, before the message changed"),
         ])
 
