@@ -33,13 +33,15 @@ class Line {
     std::string receive() {
         for (;;) {
             if (auto frame = framer_.next()) return *std::move(frame);
-            if (framer_.isLost()) fail("the answer is no message");
+            if (framer_.isLost()) throw Failure(kMalformed, address_ + ": the answer is malformed");
             char buffer[1 << 16];
             wait(POLLIN);
             const ssize_t count = ::recv(socket_.get(), buffer, sizeof buffer, 0);
             if (count < 0 && errno == EINTR) continue;
             if (count < 0) fail(std::strerror(errno));
-            if (count == 0) fail("closed without an answer");
+            if (count == 0) {
+                fail(framer_.isInside() ? "closed inside an answer" : "closed without an answer");
+            }
             framer_.append({buffer, static_cast<std::size_t>(count)});
         }
     }

@@ -4,9 +4,7 @@
 
 #include "tools/verb.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstring>
 #include <memory>
 #include <netdb.h>
@@ -69,10 +67,11 @@ using SystemCall = int (*)(int, const sockaddr*, socklen_t);
 Descriptor open(const std::string& address, SystemCall call) {
     const Place place = placeOf(address);
     Descriptor socket(::socket(place.family, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (socket.get() < 0) fail(address, std::strerror(errno));
     const int yes = 1;
     ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     const auto* const at = reinterpret_cast<const sockaddr*>(place.bytes.data());
-    if (socket.get() < 0 || call(socket.get(), at, static_cast<socklen_t>(place.bytes.size())) != 0)
+    if (call(socket.get(), at, static_cast<socklen_t>(place.bytes.size())) != 0)
         fail(address, std::strerror(errno));
     return socket;
 }
@@ -120,21 +119,20 @@ std::optional<std::string> Framer::next() {
     return frame;
 }
 
+// 0 while the message is not all there.
 std::size_t Framer::wholeLength() {
     const std::string_view rest = std::string_view(bytes_).substr(from_);
-    if (isLost_ || rest.size() < sizeof tqa::kMagic) return 0;
-    std::size_t length = 0;
-    if (tqa::startsWithMagic(rest.data(), static_cast<std::int64_t>(rest.size()))) {
-        const int whole = TQABinary::isComplete(
-            rest.data(), static_cast<int>(std::min<std::size_t>(rest.size(), INT_MAX)));
-        length = static_cast<std::size_t>(whole);
-    } else {
-        const std::size_t zero = rest.find('\0', searched_);
-        searched_ = rest.size();
-        length = zero + 1;  // 0 for none
+    if (isLost_) return 0;
+    const auto size = static_cast<std::int64_t>(rest.size());
+    if (tqa::startsWithMagic(rest.data(), size)) {
+        const std::int64_t whole = tqa::announcedMessageSize(rest.data(), size);
+        isLost_ = whole < 0 || whole > static_cast<std::int64_t>(kLongest);
+        return isLost_ || whole > size ? 0 : static_cast<std::size_t>(whole);
     }
-    isLost_ = length == 0 && rest.size() > kLongest;
-    return length;
+    const std::size_t zero = rest.find('\0', searched_);
+    searched_ = rest.size();
+    isLost_ = zero == std::string_view::npos && rest.size() > kLongest;
+    return zero + 1;  // 0 for none
 }
 
 }  // namespace tool

@@ -43,6 +43,8 @@ class Framer {
     std::optional<std::string> next();
     // Whether the bytes no longer make messages; what follows is not looked at.
     bool isLost() const { return isLost_; }
+    // Whether a message has begun that is not all there.
+    bool isInside() const { return !isLost_ && from_ < bytes_.size(); }
 
   private:
     std::size_t wholeLength();

@@ -166,10 +166,7 @@ class Tap {
         Descriptor spare(::fcntl(listener_.get(), F_DUPFD_CLOEXEC, 0));
         Descriptor client(
             spare.get() < 0 ? -1 : ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-        if (client.get() < 0) {
-            isFull_ = errno == EMFILE && !connections_.empty();
-            return;
-        }
+        if (client.get() < 0) return waitForRoom();
         spare = Descriptor();
         Connection connection{++count_, {}, {}, {}};
         connection.talk.port = static_cast<std::uint16_t>(40000 + (count_ - 1) % 20000);
@@ -182,6 +179,16 @@ class Tap {
         }
         if (pcap_) pcap_->begin(connection.talk, now());
         connections_.push_back(std::move(connection));
+    }
+
+    // Without a free descriptor the next client waits until a connection has ended: to ask for it
+    // again and again would take all the processor has.
+    void waitForRoom() {
+        if (errno != EMFILE && errno != ENFILE) return;
+        const std::string why = listen_ + ": " + std::strerror(errno);
+        if (connections_.empty()) throw Failure(kInputOutput, why);
+        std::fprintf(stderr, "tqamsg: %s\n", why.c_str());
+        isFull_ = true;
     }
 
     void serve(Connection& connection, Side side, short events) {
@@ -199,6 +206,7 @@ class Tap {
         if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
         if (count <= 0) {
             flow.isOver = true;
+            if (flow.framer.isInside()) line(connection, side, " ends inside a message");
             return;
         }
         const std::string_view bytes(buffer, static_cast<std::size_t>(count));

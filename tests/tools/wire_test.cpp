@@ -59,7 +59,7 @@ class Server {
   private:
     void start(const sockaddr* place, socklen_t length, Operator serve) {
         ASSERT_EQ(::bind(listener_, place, length), 0);
-        ASSERT_EQ(::listen(listener_, 1), 0);
+        ASSERT_EQ(::listen(listener_, 16), 0);
         thread_ = std::thread([listener = listener_, serve = std::move(serve)] {
             const int socket = ::accept(listener, nullptr, nullptr);
             if (socket < 0) return;
@@ -160,17 +160,47 @@ TEST(ToolSend, FailsWhenNoAnswerComes) {
                 .status,
             4);
     }
-    {
-        const Server babbling(folder.path("babbling"),
-                              operatorThat([](const std::string&) { return withZero("hello"); }));
-        EXPECT_EQ(
-            run("tqamsg send --unix " + folder.path("babbling") + " " + kRequest + " 2> /dev/null")
-                .status,
-            3);
-    }
     EXPECT_EQ(run("tqamsg send --unix " + folder.path("nobody") + " " + kRequest + " 2> /dev/null")
                   .status,
               4);
+}
+
+TEST(ToolSend, TellsWhatIsWrongWithAnAnswer) {
+    const std::string sound = run("tqamsg convert :bin " + kRequest).output;
+    std::string negative = sound;
+    tqa::store(negative.data() + tqa::kRootOffset + 8, std::int32_t{-8});
+    std::string large = sound;
+    tqa::store(large.data() + tqa::kRootOffset + 8, std::int32_t{1 << 30});
+    struct Row {
+        std::string answer;
+        bool isCut;  // the connection ends with it
+        int status;
+        const char* complaint;
+    };
+    const Row rows[] = {
+        {withZero("hello"), false, 3, "the answer is malformed"},
+        {negative, false, 3, "the answer is malformed"},
+        {large, false, 3, "the answer is malformed"},
+        {sound.substr(0, 100), true, 4, "closed inside an answer"},
+        {"<packet>", true, 4, "closed inside an answer"},
+        {"", true, 4, "closed without an answer"},
+    };
+    Folder folder;
+    int number = 0;
+    for (const Row& row : rows) {
+        const std::string path = folder.path(std::to_string(++number));
+        const Server server(path, [&row](int socket) {
+            char buffer[4096];
+            static_cast<void>(::read(socket, buffer, sizeof buffer));
+            ::send(socket, row.answer.data(), row.answer.size(), MSG_NOSIGNAL);
+            if (row.isCut) ::shutdown(socket, SHUT_WR);
+            while (::read(socket, buffer, sizeof buffer) > 0) {
+            }
+        });
+        const Result result = runWithErrors("tqamsg send --unix " + path + " " + kRequest);
+        EXPECT_EQ(result.status, row.status) << number;
+        EXPECT_EQ(result.output, "tqamsg: unix:" + path + ": " + row.complaint + "\n");
+    }
 }
 
 TEST(ToolSend, WantsOneAddress) {
@@ -341,11 +371,65 @@ print('one more is served')
     EXPECT_EQ(result.status, 0);
 }
 
+TEST(ToolTap, TellsWhereTheMessagesEnd) {
+    const std::string sound = run("tqamsg convert :bin " + kRequest).output;
+    std::string negative = sound;
+    tqa::store(negative.data() + tqa::kRootOffset + 8, std::int32_t{-8});
+    struct Row {
+        std::string sent;
+        const char* lines;  // what the tap prints of it, without times
+    };
+    const Row rows[] = {
+        {sound.substr(0, 100), " ends inside a message\n"},
+        {sound + "<packet>", " 408 bytes .*\n[0-9:.]+ #1 > ends inside a message\n"},
+        {negative + sound, " no messages any more\n"},
+        {std::string(2, '\0'), " 1 bytes, malformed\n[0-9:.]+ #1 > 1 bytes, malformed\n"},
+    };
+    for (const Row& row : rows) {
+        Folder folder;
+        const Server server(folder.path("operator"), [](int socket) {
+            char buffer[4096];
+            while (::read(socket, buffer, sizeof buffer) > 0) {
+            }
+        });
+        // Sent as it is; netcat is not everywhere.
+        run(tapped(folder, "--once",
+                   "python3 -c 'import socket, sys; s = socket.socket(socket.AF_UNIX); "
+                   "s.connect(sys.argv[1]); s.sendall(open(sys.argv[2], \"rb\").read())' " +
+                       folder.path("tap") + " " + folder.write("sent", row.sent)));
+        EXPECT_TRUE(std::regex_match(bytesIn(folder.path("out")),
+                                     std::regex("[0-9:.]+ #1 >" + std::string(row.lines))))
+            << bytesIn(folder.path("out"));
+    }
+}
+
 TEST(ToolTap, EndsWithASignalAndRemovesItsSocket) {
     Folder folder;
     const Result result = run(tapped(folder, "", "kill -TERM $!") + "; echo $?; [ -S " +
                               folder.path("tap") + " ] || echo gone");
     EXPECT_EQ(result.output, "0\ngone\n");
+}
+
+// Two descriptors make a connection: one of the limits leaves a single one.
+TEST(ToolTap, SaysWhenThereAreTooManyConnections) {
+    for (const char* limit : {"20", "21"}) {
+        Folder folder;
+        const Server server(folder.path("operator"), [](int socket) {
+            char buffer[64];
+            while (::read(socket, buffer, sizeof buffer) > 0) {
+            }
+        });
+        const std::string errors = folder.path("errors");
+        run("ulimit -n " + std::string(limit) + "; " +
+            tapped(folder, "2> " + errors,
+                   "python3 -c 'import socket, sys, os, time\n"
+                   "clients = [socket.socket(socket.AF_UNIX) for _ in range(10)]\n"
+                   "for client in clients: client.connect(sys.argv[1])\n"
+                   "while not os.path.getsize(sys.argv[2]): time.sleep(0.01)' " +
+                       folder.path("tap") + " " + errors + "; kill $!"));
+        EXPECT_NE(bytesIn(errors).find("Too many open files\n"), std::string::npos)
+            << limit << bytesIn(errors);
+    }
 }
 
 TEST(ToolTap, FailsWhenItCannotListenOrConnect) {
