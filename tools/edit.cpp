@@ -59,8 +59,12 @@ void putValue(TQABinary& message, const Assignment& wanted, BinaryPath way, Kind
     const std::string payload = payloadFor(wanted, kind);
     if (message.insertValue(way, static_cast<int>(kind), payload.data(),
                             static_cast<int>(payload.size())) != 0) {
-        throw Failure(kMalformed, wanted.path + ": holds elements, not a value");
+        refuseContainer(wanted);
     }
+}
+
+void refuseContainer(const Assignment& wanted) {
+    throw Failure(kMalformed, wanted.path + ": holds elements, not a value");
 }
 
 Exit editMessages(const std::string& file, const std::function<bool(TQABinary& message)>& edit) {

@@ -31,6 +31,9 @@ void makeSteps(TQABinary& message, const Path& path, std::size_t from, BinaryPat
 // elements.
 void putValue(TQABinary& message, const Assignment& wanted, BinaryPath way, tqa::Kind kind);
 
+// Throws the Failure of putValue().
+[[noreturn]] void refuseContainer(const Assignment& wanted);
+
 // Applies `edit` to each message of the input and writes it in the form it came in. kNo when an
 // edit returned false, as it does when it found nothing.
 Exit editMessages(const std::string& file, const std::function<bool(TQABinary& message)>& edit);

@@ -185,13 +185,14 @@ class Builder {
         tqa::writeElementHeader(start, idOf(element), tqa::kindWord(kind, namespaceOf(element)),
                                 length);
         tqa::writePayload(start, kind, payload.data(), length);
-        if (element.contains("padding")) setPadding(start, hexOf(element["padding"], "padding"));
+        if (element.contains("padding"))
+            setPadding(start, length, hexOf(element["padding"], "padding"));
     }
 
     // The bytes of a value's element that are neither header nor payload.
-    static void setPadding(char* start, const std::string& unused) {
-        const tqa::ElementView element = tqa::ElementView::find(
-            start, start + tqa::elementSize(tqa::load<std::int32_t>(start + 8)));
+    static void setPadding(char* start, int length, const std::string& unused) {
+        const tqa::ElementView element =
+            tqa::ElementView::find(start, start + tqa::elementSize(length));
         const auto gap = static_cast<std::size_t>(element.payload() - start) -
                          tqa::payloadOffset(0, Kind::Untyped);
         char* const behind = start + (element.bytes().end() - start);

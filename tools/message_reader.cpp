@@ -112,10 +112,9 @@ void MessageReader::read() {
 void MessageReader::readBinary() {
     constexpr const char* kDamaged = "a binary message that is cut short or damaged";
     input_.fill(tqa::kRootOffset + tqa::kEmptyElementSize);
-    if (input_.size() < tqa::kRootOffset + tqa::kEmptyElementSize) refuse(0, kDamaged);
-    const auto length = tqa::load<std::int32_t>(input_.data() + tqa::kRootOffset + 8);
-    const std::int64_t whole = tqa::kRootOffset + tqa::elementSize(length);
-    if (length < 0 || whole > tqa::kMaxCapacity) refuse(0, kDamaged);
+    const std::int64_t whole =
+        tqa::announcedMessageSize(input_.data(), static_cast<std::int64_t>(input_.size()));
+    if (whole <= 0 || whole > tqa::kMaxCapacity) refuse(0, kDamaged);
     const auto size = static_cast<std::size_t>(whole);
     input_.fill(size);
     Message message = input_.size() < size ? nullptr : messageOf({input_.data(), size});

@@ -4,7 +4,8 @@
 #include "tools/element.h"
 #include "tools/verbs.h"
 
-#include <algorithm>
+#include <string>
+#include <vector>
 
 namespace tool {
 
@@ -35,15 +36,58 @@ void setOne(TQABinary& message, const Path& path, const Assignment& wanted,
     putValue(message, wanted, way, kind.value_or(kindToKeep(elementAt(rootOf(message), way))));
 }
 
+// A new value for the element at the end of `way`.
+struct Change {
+    BinaryPath* way;
+    ElementView old;
+    Kind kind;
+    std::string payload;
+
+    int length() const { return static_cast<int>(payload.size()); }
+    std::int64_t delta() const { return tqa::elementSize(length()) - old.size(); }
+};
+
+// The message with all changes, which are in document order, made in one pass: made one by one,
+// each would move all that follows.
+std::string changed(std::string bytes, const std::vector<Change>& changes) {
+    std::int64_t size = static_cast<std::int64_t>(bytes.size());
+    for (const Change& change : changes) size += change.delta();
+    if (size > tqa::kMaxCapacity) throw Failure(kMalformed, "the message becomes too long");
+    for (const Change& change : changes) {
+        const tqa::PathEntry* const last = change.way->end() - 1;
+        for (const tqa::PathEntry* entry = change.way->begin(); entry != last; ++entry)
+            tqa::addToChildren(bytes.data() + entry->offset, static_cast<int>(change.delta()));
+    }
+    std::string out;
+    std::size_t done = 0;
+    for (const Change& change : changes) {
+        const auto at = static_cast<std::size_t>(change.way->back().offset);
+        out.append(bytes, done, at - done);
+        out.resize(out.size() + static_cast<std::size_t>(tqa::elementSize(change.length())));
+        tqa::writeElement(out.data() + out.size() - tqa::elementSize(change.length()),
+                          change.old.id(), tqa::kindWord(change.kind), change.payload.data(),
+                          change.length());
+        done = at + static_cast<std::size_t>(change.old.size());
+    }
+    return out.append(bytes, done);
+}
+
 bool setAll(TQABinary& message, const Path& path, const Assignment& wanted,
             std::optional<Kind> kind) {
-    std::vector<BinaryPath> ways = path.find(rootOf(message), false);
-    // From the last one, so that those before it stay where they were found.
-    std::reverse(ways.begin(), ways.end());
-    for (const BinaryPath& way : ways) {
-        putValue(message, wanted, way, kind.value_or(kindToKeep(elementAt(rootOf(message), way))));
+    const ElementView root = rootOf(message);
+    std::vector<BinaryPath> ways = path.find(root, false);
+    std::vector<Change> changes;
+    for (BinaryPath& way : ways) {
+        const ElementView old = elementAt(root, way);
+        if (old.isContainer()) refuseContainer(wanted);
+        const Kind newKind = kind.value_or(kindToKeep(old));
+        changes.push_back({&way, old, newKind, payloadFor(wanted, newKind)});
     }
-    return !ways.empty();
+    if (changes.empty()) return false;
+    std::string bytes = changed(bytesOf(message), changes);
+    if (message.init(bytes.data(), static_cast<int>(bytes.size())) != 0)
+        throw Failure(kInputOutput, "out of memory");
+    return true;
 }
 
 Exit set(const Arguments& arguments) {

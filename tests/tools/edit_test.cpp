@@ -120,6 +120,37 @@ TEST(ToolSet, ChangesAllElementsAtThePath) {
     EXPECT_EQ(none.output, tree("tqamsg convert :xml -").output);
 }
 
+// All at once or one after another: the same elements at the same places. What was in the padding
+// before is gone when they change at once.
+TEST(ToolSet, ChangesAllAsItChangesOneAfterAnother) {
+    Folder folder;
+    const std::string file = folder.path("message");
+    for (const char* value : {"", "1", "a_much_longer_value_than_any_before"}) {
+        tree("tqamsg convert :bin - > " + file);
+        const std::string all = "tqamsg set --all 'data/ve/veid=" + std::string(value) + "' ";
+        const std::string one = "tqamsg set 'data/ve[1]/veid=" + std::string(value) + "' ";
+        const std::string other = "tqamsg set 'data/ve[2]/veid=" + std::string(value) + "' ";
+        const std::string show = "| tqamsg show --offsets -";
+        EXPECT_EQ(run(all + file + show).output,
+                  run(other + file + " | " + one + "- " + show).output);
+        EXPECT_EQ(run(all + file + "| tqamsg validate -").status, 0);
+    }
+    EXPECT_EQ(tree("tqamsg set --all data/ve=1 - 2>&1").output,
+              "tqamsg: data/ve: holds elements, not a value\n");
+}
+
+TEST(ToolSet, ChangesAllOfVeryManyInOnePass) {
+    Folder folder;
+    const std::string file = folder.path("message");
+    run("{ echo '<packet><data>'; yes '<veid>7</veid>' | head -n 300000; echo '</data></packet>'; }"
+        " | tqamsg convert :bin - > " +
+        file);
+    // One by one they would move a million megabytes.
+    const Result result = run("(ulimit -t 20; tqamsg set --all data/veid=a_much_longer_value " +
+                              file + " | tqamsg get --all -r data/veid - | sort -u)");
+    EXPECT_EQ(result.output, "a_much_longer_value\n");
+}
+
 TEST(ToolSet, TakesValuesWithEqualsSigns) {
     EXPECT_EQ(tree("tqamsg set target=a=b - | tqamsg get -r target -").output, "a=b\n");
 }
