@@ -81,6 +81,16 @@ std::size_t printableLength(std::string_view text) {
     return isControl ? 0 : length;
 }
 
+// Calls `use` with each printable character, and with each byte that is none.
+template <class Use>
+void eachCharacter(std::string_view text, Use use) {
+    while (!text.empty()) {
+        const std::size_t length = printableLength(text);
+        use(text.substr(0, std::max<std::size_t>(length, 1)), length > 0);
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+}
+
 std::string_view base64Bytes(ElementView element) {
     const std::string_view bytes = element.bytes();
     return bytes.substr(0, bytes.size() - std::min<std::size_t>(bytes.size(), 1));
@@ -136,20 +146,31 @@ std::string namespaceOf(int ns) {
 
 std::string inQuotes(std::string_view text) {
     std::string out = "\"";
-    while (!text.empty()) {
-        const std::size_t length = printableLength(text);
-        const char c = text.front();
+    eachCharacter(text, [&out](std::string_view character, bool isPrintable) {
+        const char c = character.front();
         if (c == '\n') {
             out += "\\n";
-        } else if (length == 0) {
-            (out += "\\x") += hexDigits({&c, 1});
+        } else if (!isPrintable) {
+            (out += "\\x") += hexDigits(character);
         } else {
             if (c == '"' || c == '\\') out += '\\';
-            out += text.substr(0, length);
+            out += character;
         }
-        text.remove_prefix(std::max<std::size_t>(length, 1));
-    }
+    });
     return out += '"';
+}
+
+std::string forTerminal(std::string_view text) {
+    std::string out;
+    eachCharacter(text, [&out](std::string_view character, bool isPrintable) {
+        const bool isBlank = character == "\n" || character == "\t";
+        if (isPrintable || isBlank) {
+            out += character;
+        } else {
+            (out += "\\x") += hexDigits(character);
+        }
+    });
+    return out;
 }
 
 std::string shownValue(ElementView element) {

@@ -25,6 +25,10 @@ std::string namespaceOf(int ns);
 // The text in double quotes, with everything written out that would move a terminal's cursor.
 std::string inQuotes(std::string_view text);
 
+// The text with everything written out that would move a terminal's cursor, but for line breaks and
+// tabulators.
+std::string forTerminal(std::string_view text);
+
 // The value for people: texts in quotes, bytes in Base64, numbers in decimal. Empty for an element
 // that has no value.
 std::string shownValue(tqa::ElementView element);

@@ -11,6 +11,7 @@
 #include <charconv>
 #include <optional>
 #include <string_view>
+#include <unistd.h>
 
 namespace tool {
 
@@ -159,9 +160,12 @@ class LogReader {
         const std::size_t rank = record.rank();
         const bool isBad = rank == 1;
         const bool isDoubtful = rank == 2;
-        return (isBad        ? painted(Paint::Error, record.text)
-                : isDoubtful ? painted(Paint::Warning, record.text)
-                             : record.text) +
+        // A message may hold what a stranger sent.
+        static const bool isTerminal = ::isatty(STDOUT_FILENO) == 1;
+        const std::string text = isTerminal ? forTerminal(record.text) : record.text;
+        return (isBad        ? painted(Paint::Error, text)
+                : isDoubtful ? painted(Paint::Warning, text)
+                             : text) +
                '\n';
     }
 
@@ -192,7 +196,8 @@ Verb logVerb() {
         "Prints the records of the agent's daily log files (2006.03.07-compat.log), in the order "
         "of the files. A record is a line and the lines behind it that begin no record of their "
         "own: messages may hold line breaks. What stands before a file's first record is left "
-        "out, and a file without any is malformed. The exit status is 1 when no record was "
+        "out, and a file without any is malformed. On a terminal, what would move its cursor is "
+        "written out. The exit status is 1 when no record was "
         "printed.",
         {
             choice("-l,--level", "LEVEL", kLevels,

@@ -117,6 +117,16 @@ TEST(ToolTerminal, GetsColoursUnlessTheyAreUnwanted) {
     EXPECT_EQ(run("tqamsg show " + kRequest).output.find('\x1b'), std::string::npos);
 }
 
+TEST(ToolTerminal, GetsLogLinesThatDoNotMoveItsCursor) {
+    Folder folder;
+    const std::string line =
+        "T=2006.03.07 14:05:09.042; L=(info) ; PID=1; TID=2; a\tb\x1b[2J\xC2\x9B";
+    const std::string file = folder.write("log", line + "\n");
+    const std::string shown = onTerminal(folder, "tqamsg log " + file);
+    EXPECT_NE(shown.find("a\tb\\x1b[2J\\xc2\\x9b"), std::string::npos) << shown;
+    EXPECT_EQ(run("tqamsg log " + file).output, line + "\n");
+}
+
 TEST(ToolTerminal, GetsAProgressBarForLongStreamsOnly) {
     Folder folder;
     const std::string stream = folder.path("stream");
