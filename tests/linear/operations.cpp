@@ -166,6 +166,20 @@ Work appendChildren(std::string_view shape, std::size_t n) {
     };
 }
 
+// New children beside many whose ids were chosen to collide: they are multiples of the number of
+// buckets that a standard set takes for 21,000 to 42,000 of them.
+Work put(std::string_view, std::size_t n) {
+    tqa::Builder builder;
+    builder.open("packet");
+    for (unsigned i = 1; i <= n; ++i) builder.open(static_cast<int>(i * 42043)).close();
+    const Shared s = stateOf(Message(builder.close()), n);
+    return [s] {
+        return s->it->putValue("x", tqa::Tag_origin) == 0 &&
+               s->it->putValue("x", tqa::Tag_target) == 0 &&
+               s->it->putValue("x", tqa::Tag_session) == 0;
+    };
+}
+
 Work remove(std::string_view shape, std::size_t n) {
     const Shared s = packetState(shape, n);
     s->it->seek(kPlace);
@@ -317,6 +331,7 @@ const std::vector<Operation>& operations() {
         {"append", trees, append},
         {"append-text", texts, appendText},
         {"append-children", {"width", "depth"}, appendChildren},
+        {"put", {"chosen-ids"}, put},
         {"delete", trees, remove},
         {"delete-forward", {"width", "raw", "middle"}, removeForward},
         {"delete-backward", {"width", "raw"}, removeBackward},
