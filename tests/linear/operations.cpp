@@ -175,8 +175,7 @@ Work put(std::string_view, std::size_t n) {
     const Shared s = stateOf(Message(builder.close()), n);
     return [s] {
         return s->it->putValue("x", tqa::Tag_origin) == 0 &&
-               s->it->putValue("x", tqa::Tag_target) == 0 &&
-               s->it->putValue("x", tqa::Tag_session) == 0;
+               s->it->putValue("x", tqa::Tag_target) == 0;
     };
 }
 
