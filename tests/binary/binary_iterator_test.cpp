@@ -271,6 +271,45 @@ TEST(Validation, InsertionsThatFitGoUnnoticed) {
     EXPECT_EQ(at->validateStamp(), -1);
 }
 
+// Three values, and an iterator on the second. The first becomes longer, and holds the header of a
+// text of `length` bytes where the second was: there the iterator stands now.
+Cursor insideAValue(const Message& m, int length) {
+    Cursor at = cursorAt(m, "type");
+    std::string value(64, 'v');
+    tqa::writeElementHeader(&value[12], tqa::Tag_type, tqa::kindWord(Kind::String), length);
+    EXPECT_EQ(cursor(m)->putValue(value, tqa::Tag_name), 0);
+    EXPECT_EQ(tqa::elementOf(*at).length(), length);
+    return at;
+}
+
+Message threeValues() {
+    return parse("<packet><name>0123456</name><type>5</type><veid>7</veid></packet>");
+}
+
+TEST(Validation, AnElementOverwrittenThroughAStaleIteratorIsLost) {
+    const Message m = threeValues();
+    const Cursor stale = insideAValue(m, 72);
+    const Cursor value = cursorAt(m, "veid");
+    const Cursor parent = cursorAt(m, "veid");
+    ASSERT_EQ(stale->putValue(std::string(71, '\xFF'), 0), 0);
+    const std::string damaged = bytes(m);
+    EXPECT_EQ(value->putValue("x", 0), -1);
+    EXPECT_EQ(parent->newChild(tqa::Tag_ve, 0), -1);
+    EXPECT_EQ(bytes(m), damaged);
+}
+
+TEST(Validation, AnElementCutShortThroughAStaleIteratorIsNotWritten) {
+    const Message m = threeValues();
+    const Cursor stale = insideAValue(m, 64);
+    const Cursor value = cursorAt(m, "name");
+    const Cursor parent = cursorAt(m, "name");
+    ASSERT_EQ(stale->deleteFromChild(), 0);
+    const std::string damaged = bytes(m);
+    EXPECT_EQ(value->putValue("x", 0), -1);
+    EXPECT_EQ(parent->newChild(tqa::Tag_ve, 0), -1);
+    EXPECT_EQ(bytes(m), damaged);
+}
+
 TEST(Validation, InvalidateForcesACheck) {
     const Message m = withChildren({{1002, 1}});
     const Cursor at = onChild(m, 1);

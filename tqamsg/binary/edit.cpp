@@ -44,6 +44,8 @@ void resize(TQABinaryInternals& record, const BinaryPath& path, ElementView elem
     const int at = offsetOf(record, element.begin());
     const int delta = static_cast<int>(tqa::elementSize(length)) - element.size();
     moveTail(record, at + element.size(), delta);
+    // What the new value overwrites are no elements, unless the iterator had lost its own.
+    record.edits.add(at + 1);
     tqa::writeLength(record.buf + at, length);
     tqa::addToLengths(record, path, path.size() - 1, delta);
 }

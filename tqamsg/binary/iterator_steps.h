@@ -90,7 +90,8 @@ inline bool TQABinaryIterator::canWriteQuickly() {
                                                                  std::uint32_t word,
                                                                  const void* data, int length) {
     TQABinaryInternals& content = *record();
-    if (parent.end() != content.buf + content.used) return false;
+    // Empty when an iterator that had lost its element deleted where it stood.
+    if (!parent || parent.end() != content.buf + content.used) return false;
     if (parent.isContainer()) return append(id, word, data, length);
     if (parent.kind() != tqa::Kind::Untyped || parent.length() != 0) return false;
     if (!append(id, word, data, length)) return false;
@@ -123,7 +124,7 @@ inline bool TQABinaryIterator::canWriteQuickly() {
             return true;
         }
     }
-    if (element.isContainer() || tqa::elementSize(size) != element.size()) return false;
+    if (!element || element.isContainer() || tqa::elementSize(size) != element.size()) return false;
     char* const at = content.buf + (element.begin() - content.buf);
     tqa::writeValue(at, word, data, size);
     return true;
