@@ -127,6 +127,9 @@ def main():
 
     programs = [path for path in sorted(options.build.glob("fuzz_*")) if os.access(path, os.X_OK)
                 and path.is_file() and (not options.targets or path.name.removeprefix("fuzz_") in options.targets)]
+    known = {path.name.removeprefix("fuzz_") for path in programs}
+    if unknown := set(options.targets) - known:
+        parser.error(f"no such target: {', '.join(sorted(unknown))}")
     (options.build / "vocabulary.dict").write_text(dictionary())
     failed = []
     print(f"{'target':14} {'executions':>12} {'edges':>6} {'of':>6} {'inputs':>7}")

@@ -45,7 +45,8 @@ class TQA_API TQAMessage {
     virtual int destroy();
 
     // Exports the whole message, or with `from` the element on which that iterator stands as a
-    // message of its own. *buf is a malloc'ed block of *len bytes that the caller frees.
+    // message of its own. *buf is a malloc'ed block of *len bytes that the caller frees. 0, or -1
+    // for a message without content, an iterator on nothing, and without memory, when *buf is null.
     virtual int decode(char** buf, int* len, TQAMessageIterator* from) = 0;
 
     // Loads a message as init() does, or with `at` adds it below the element on which that
