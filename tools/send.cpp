@@ -1,5 +1,7 @@
 // `tqamsg send`: asks an operator.
 
+#include "tqamsg/tqa.h"
+
 #include "tools/message_reader.h"
 #include "tools/output.h"
 #include "tools/socket.h"
@@ -7,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -18,31 +21,38 @@ namespace {
 class Line {
   public:
     Line(const std::string& address, int seconds)
-        : address_(address), socket_(connectTo(address)), milliseconds_(seconds * 1000) {}
+        : address_(address),
+          socket_(connectTo(address)),
+          milliseconds_(seconds * 1000),
+          frames_(socket_.get()) {
+        ::fcntl(socket_.get(), F_SETFL, O_NONBLOCK);  // poll() is where it waits
+    }
 
     void send(std::string_view bytes) {
         while (!bytes.empty()) {
             wait(POLLOUT);
             const ssize_t count = ::send(socket_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-            if (count < 0 && errno != EINTR) fail(std::strerror(errno));
+            if (count < 0 && errno != EINTR && errno != EAGAIN) fail(std::strerror(errno));
             if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
         }
     }
 
     // The next message that comes.
     std::string receive() {
-        for (;;) {
-            if (auto frame = framer_.next()) return *std::move(frame);
-            if (framer_.isLost()) throw Failure(kMalformed, address_ + ": the answer is malformed");
-            char buffer[1 << 16];
-            wait(POLLIN);
-            const ssize_t count = ::recv(socket_.get(), buffer, sizeof buffer, 0);
-            if (count < 0 && errno == EINTR) continue;
-            if (count < 0) fail(std::strerror(errno));
-            if (count == 0) {
-                fail(framer_.isInside() ? "closed inside an answer" : "closed without an answer");
-            }
-            framer_.append({buffer, static_cast<std::size_t>(count)});
+        while (frames_.next() == tqa::Frame::Again) wait(POLLIN);
+        switch (frames_.last()) {
+            case tqa::Frame::Whole:
+                return std::string(frames_.frame());
+            case tqa::Frame::End:
+                fail("closed without an answer");
+            case tqa::Frame::Cut:
+                fail("closed inside an answer");
+            case tqa::Frame::Failed:
+                fail(std::strerror(frames_.error()));
+            case tqa::Frame::NoMemory:
+                fail("out of memory");
+            default:
+                throw Failure(kMalformed, address_ + ": the answer is malformed");
         }
     }
 
@@ -61,7 +71,7 @@ class Line {
     const std::string address_;
     const Descriptor socket_;
     const int milliseconds_;
-    Framer framer_;
+    tqa::FrameReader frames_;
 };
 
 Message answerIn(std::string frame, const std::string& address) {

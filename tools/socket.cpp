@@ -1,7 +1,5 @@
 #include "tools/socket.h"
 
-#include "tqamsg/tqamsg.h"
-
 #include "tools/verb.h"
 
 #include <cerrno>
@@ -101,38 +99,6 @@ Descriptor listenAt(const std::string& address) {
     Descriptor socket = open(address, ::bind);
     if (::listen(socket.get(), kWaiting) != 0) fail(address, std::strerror(errno));
     return socket;
-}
-
-void Framer::append(std::string_view bytes) {
-    if (isLost_) return;
-    // Moved only when that is no more work than what was taken out.
-    if (from_ >= bytes_.size() - from_) bytes_.erase(0, std::exchange(from_, 0));
-    bytes_ += bytes;
-}
-
-std::optional<std::string> Framer::next() {
-    const std::size_t length = wholeLength();
-    if (length == 0) return std::nullopt;
-    std::string frame = bytes_.substr(from_, length);
-    from_ += length;
-    searched_ = 0;
-    return frame;
-}
-
-// 0 while the message is not all there.
-std::size_t Framer::wholeLength() {
-    const std::string_view rest = std::string_view(bytes_).substr(from_);
-    if (isLost_) return 0;
-    const auto size = static_cast<std::int64_t>(rest.size());
-    if (tqa::startsWithMagic(rest.data(), size)) {
-        const std::int64_t whole = tqa::announcedMessageSize(rest.data(), size);
-        isLost_ = whole < 0 || whole > static_cast<std::int64_t>(kLongest);
-        return isLost_ || whole > size ? 0 : static_cast<std::size_t>(whole);
-    }
-    const std::size_t zero = rest.find('\0', searched_);
-    searched_ = rest.size();
-    isLost_ = zero == std::string_view::npos && rest.size() > kLongest;
-    return zero + 1;  // 0 for none
 }
 
 }  // namespace tool

@@ -1,5 +1,7 @@
 // `tqamsg tap`: stands between a client and an operator, passes everything on, and shows it.
 
+#include "tqamsg/tqa.h"
+
 #include "tools/element.h"
 #include "tools/message.h"
 #include "tools/output.h"
@@ -81,14 +83,15 @@ std::string summaryOf(TQAMessage& message) {
 
 // One direction of a connection: what was read on its way to the other side.
 struct Flow {
-    Framer framer;
+    tqa::FrameBuffer frames;
+    bool isLost = false;  // its bytes no longer make messages
     std::string waiting;  // to be written
     bool isOver = false;  // nothing more comes
     bool isShut = false;  // and the other side was told
 };
 
 struct Connection {
-    long number;
+    long number = 0;
     std::array<Descriptor, 2> sockets;  // by Side
     std::array<Flow, 2> flows;          // by the Side it comes from
     Conversation talk;
@@ -168,17 +171,18 @@ class Tap {
             spare.get() < 0 ? -1 : ::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (client.get() < 0) return waitForRoom();
         spare = Descriptor();
-        Connection connection{++count_, {}, {}, {}};
+        Connection& connection = connections_.emplace_back();
+        connection.number = ++count_;
         connection.talk.port = static_cast<std::uint16_t>(40000 + (count_ - 1) % 20000);
         try {
             connection.sockets = {std::move(client), connectTo(target_)};
         } catch (const Failure& failure) {
+            connections_.pop_back();
             if (isOnce_) throw;
             std::fprintf(stderr, "tqamsg: %s\n", failure.what());
             return;
         }
         if (pcap_) pcap_->begin(connection.talk, now());
-        connections_.push_back(std::move(connection));
     }
 
     // Without a free descriptor the next client waits until a connection has ended: to ask for it
@@ -206,7 +210,8 @@ class Tap {
         if (count < 0 && (errno == EAGAIN || errno == EINTR)) return;
         if (count <= 0) {
             flow.isOver = true;
-            if (flow.framer.isInside()) line(connection, side, " ends inside a message");
+            if (!flow.isLost && flow.frames.isInside())
+                line(connection, side, " ends inside a message");
             return;
         }
         const std::string_view bytes(buffer, static_cast<std::size_t>(count));
@@ -242,14 +247,17 @@ class Tap {
     }
 
     void show(Connection& connection, Side side, std::string_view bytes) {
-        Framer& framer = connection.flows[index(side)].framer;
-        const bool wasLost = framer.isLost();
-        framer.append(bytes);
-        while (auto frame = framer.next()) showFrame(connection, side, *frame);
-        if (framer.isLost() && !wasLost) line(connection, side, " no messages any more");
+        Flow& flow = connection.flows[index(side)];
+        if (flow.isLost) return;
+        if (!flow.frames.append(bytes)) throw Failure(kInputOutput, "out of memory");
+        tqa::Frame found = tqa::Frame::Again;
+        while ((found = flow.frames.next()) == tqa::Frame::Whole)
+            showFrame(connection, side, std::string(flow.frames.frame()));
+        flow.isLost = found != tqa::Frame::Again;
+        if (flow.isLost) line(connection, side, " no messages any more");
     }
 
-    void showFrame(const Connection& connection, Side side, std::string& frame) const {
+    void showFrame(const Connection& connection, Side side, std::string frame) const {
         const Message message = newMessage();
         const bool isMessage =
             message->init(frame.data(), static_cast<int>(frame.size())) == 0 && rootOf(*message);

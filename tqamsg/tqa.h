@@ -4,7 +4,8 @@
 //     tqa::Message       owns a message
 //     tqa::Cursor        reads an element, its values and its children
 //     tqa::Builder       makes a message from start to end (tqamsg/binary/builder.h)
-//     tqa::FrameReader   takes messages from a file descriptor; tqa::writeFrame() sends them
+//     tqa::FrameReader   takes messages from a file descriptor, tqa::FrameBuffer from bytes;
+//                        tqa::writeFrame() sends them
 //
 // docs/tutorial.md writes an operator with it, docs/cookbook.md has the rest by example.
 #pragma once

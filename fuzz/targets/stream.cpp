@@ -1,5 +1,5 @@
-// Frames taken from a stream that comes in pieces, beside the framing test on all that has come.
-// The first byte says how large the pieces are.
+// Frames taken from a stream that comes in pieces, by the reader and by the buffer, beside the
+// framing test on all that has come. The first byte says how large the pieces are.
 
 #include "tqamsg/cpp/frames.h"
 
@@ -54,8 +54,10 @@ Frame expected(std::string_view rest, std::string_view* frame) {
 }
 
 // The frames up to the answer that stays, or to the one that asks for more.
-Frame takeFrames(tqa::FrameReader& reader, std::string_view* rest) {
-    while (reader.next() == Frame::Whole) {
+template <class Frames>
+Frame takeFrames(Frames& reader, std::string_view* rest) {
+    Frame last = Frame::Whole;
+    while ((last = reader.next()) == Frame::Whole) {
         std::string_view frame;
         EXPECT_EQ(expected(*rest, &frame), Frame::Whole);
         EXPECT_EQ(reader.frame(), frame);
@@ -63,7 +65,7 @@ Frame takeFrames(tqa::FrameReader& reader, std::string_view* rest) {
                   tqa_test::tryLoad(std::string(frame)) != nullptr);
         rest->remove_prefix(frame.size());
     }
-    return reader.last();
+    return last;
 }
 
 }  // namespace
@@ -84,4 +86,15 @@ TQA_TARGET(stream) {
     std::string_view frame;
     EXPECT_EQ(last, expected(rest, &frame));
     EXPECT_EQ(reader.next(), last);
+
+    tqa::FrameBuffer buffer(kLimit);
+    std::string_view left = stream;
+    Frame found = Frame::Again;
+    for (std::size_t at = 0; at < stream.size() && found == Frame::Again; at += piece) {
+        EXPECT_TRUE(buffer.append(stream.substr(at, piece)));
+        found = takeFrames(buffer, &left);
+    }
+    EXPECT_EQ(left, rest);
+    EXPECT_EQ(found == Frame::Again, last == Frame::End || last == Frame::Cut);
+    EXPECT_EQ(buffer.isInside(), last != Frame::End);
 }

@@ -21,6 +21,7 @@ namespace {
 
 using namespace tqa_test;
 using tqa::Frame;
+using tqa::FrameBuffer;
 using tqa::FrameReader;
 
 // A descriptor that is closed with its owner.
@@ -65,6 +66,9 @@ struct Stream {
     int in = -1;
 };
 
+constexpr const char* kNames[] = {"whole", "again",     "end",    "cut",
+                                  "large", "malformed", "failed", "memory"};
+
 // What a reader that is given a whole stream answers: each frame's size, then why it ended.
 std::string answers(std::string_view stream, std::size_t limit = FrameReader::kDefaultLimit) {
     Stream pipe;
@@ -73,12 +77,26 @@ std::string answers(std::string_view stream, std::size_t limit = FrameReader::kD
     FrameReader frames(pipe.out, limit);
     std::string all;
     while (frames.next() == Frame::Whole) all += std::to_string(frames.frame().size()) + ' ';
-    constexpr const char* kNames[] = {"whole", "again",     "end",    "cut",
-                                      "large", "malformed", "failed", "memory"};
     all += kNames[static_cast<int>(frames.last())];
     EXPECT_EQ(frames.next(), frames.last()) << "the answer stays";
     EXPECT_EQ(frames.frame(), "");
     return all;
+}
+
+// The same of a buffer to which the stream is given in pieces.
+std::string bufferAnswers(std::string_view stream, std::size_t limit, std::size_t piece) {
+    FrameBuffer frames(limit);
+    std::string all;
+    for (std::size_t at = 0; at < stream.size(); at += piece) {
+        EXPECT_TRUE(frames.append(stream.substr(at, piece)));
+        Frame found = Frame::Whole;
+        while ((found = frames.next()) == Frame::Whole)
+            all += std::to_string(frames.frame().size()) + ' ';
+        EXPECT_EQ(frames.frame(), "");
+        EXPECT_EQ(frames.next(), found) << "the answer stays";
+        if (found != Frame::Again) return all + kNames[static_cast<int>(found)];
+    }
+    return all + (frames.isInside() ? "cut" : "end");
 }
 
 std::string zero(const std::string& text) {
@@ -131,8 +149,37 @@ TEST(FrameReader, SaysWhatTheStreamHoldsAndHowItEnds) {
              return sizes + "end";
          }()},
     };
-    for (const auto& each : cases)
+    for (const auto& each : cases) {
         EXPECT_EQ(answers(each.stream, each.limit), each.answers) << each.what;
+        for (const std::size_t piece : {1U, 7U, 100000U})
+            EXPECT_EQ(bufferAnswers(each.stream, each.limit, piece), each.answers) << each.what;
+    }
+}
+
+TEST(FrameBuffer, GivesRoomThatIsFilledInPlace) {
+    FrameBuffer frames;
+    const std::span<char> room = frames.room();
+    ASSERT_GE(room.size(), kEncoded.size());
+    kEncoded.copy(room.data(), kEncoded.size());
+    frames.fill(kEncoded.size() - 1);
+    EXPECT_EQ(frames.next(), Frame::Again);
+    EXPECT_TRUE(frames.isInside());
+    frames.fill(1);
+    EXPECT_EQ(frames.next(), Frame::Whole);
+    EXPECT_FALSE(frames.isInside());
+    EXPECT_EQ(frames.frame(), kEncoded);
+    EXPECT_EQ(frames.message().root().get<int>(1002), 5);
+}
+
+TEST(FrameBuffer, LosesThePresentFrameWhenBytesAreAdded) {
+    FrameBuffer frames;
+    ASSERT_TRUE(frames.append(kEncoded));
+    ASSERT_EQ(frames.next(), Frame::Whole);
+    ASSERT_TRUE(frames.append(kText));
+    EXPECT_EQ(frames.frame(), "");
+    EXPECT_TRUE(frames.isInside());
+    ASSERT_EQ(frames.next(), Frame::Whole);
+    EXPECT_EQ(frames.frame(), kText);
 }
 
 TEST(FrameReader, TakesPiecesOfAnySize) {
@@ -223,6 +270,22 @@ TEST(FrameReaderDeathTest, SaysWhenTheFrameDoesNotFitTheMemory) {
             pipe.put(piece);
         } while (frames.next() == Frame::Again);
         ::_exit(frames.last() == Frame::NoMemory ? 0 : 1);
+    };
+    EXPECT_EXIT(feed(), testing::ExitedWithCode(0), "");
+}
+#endif
+
+#if TQA_CAN_STARVE
+TEST(FrameBufferDeathTest, AddsNothingWithoutMemory) {
+    const auto feed = [] {
+        const std::string large(std::size_t{1} << 20, 'x');
+        FrameBuffer frames;
+        const bool isFed = frames.append(kText + kEncoded.substr(0, 20));
+        starve();
+        bool isRight = isFed && !frames.append(large) && frames.next() == Frame::Whole;
+        isRight = isRight && frames.frame() == kText && frames.append(kEncoded.substr(20));
+        isRight = isRight && frames.next() == Frame::Whole && frames.frame() == kEncoded;
+        ::_exit(isRight ? 0 : 1);
     };
     EXPECT_EXIT(feed(), testing::ExitedWithCode(0), "");
 }
