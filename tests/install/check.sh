@@ -35,7 +35,7 @@ check_files() {
     done < <(cd "$root" && find tqamsg -name '*.h')
     readelf -d "$lib/libtqamsg.so" | grep 'SONAME.*\[libtqamsg\.so\.1\]' >/dev/null || fail 'SONAME is not libtqamsg.so.1'
     if grep -rIlF -e "$work" -e "$(cd "$root" && pwd)" "$prefix"; then fail 'these files name the build machine'; fi
-    "$here/exports.py" "$lib/libtqamsg.so"
+    "$root/debian/symbols.py" --check --all "$lib/libtqamsg.so"
 }
 
 check_headers() {
