@@ -519,4 +519,10 @@ TEST(Decode, AnIteratorInsideTheListStaysThere) {
     EXPECT_EQ(text(at), "<veid>5</veid>\n");
 }
 
+TEST(Binary, AnAccessListWithoutAContentToHoldItMakesTheTextFail) {
+    const Message m = emptyMessage();
+    m->auth.addVE(5);
+    EXPECT_EQ(text(m), "(no text)");
+}
+
 }  // namespace

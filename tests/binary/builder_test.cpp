@@ -198,6 +198,8 @@ TEST(Builder, TakesAnUnsignedNumberAsWhoeverReadsAnIntExpects) {
         Builder builder;
         builder.open(1398).put(1002, each.value).close();
         EXPECT_EQ(tree(finished(builder)), "1398:50(" + each.tree + ")");
+        builder.open(1398).put(1002, static_cast<unsigned long>(each.value)).close();
+        EXPECT_EQ(tree(finished(builder)), "1398:50(" + each.tree + ")");
         if (each.value > UINT_MAX) continue;
         builder.open(1398).put(1002, static_cast<unsigned>(each.value)).close();
         EXPECT_EQ(tree(finished(builder)), "1398:50(" + each.tree + ")");

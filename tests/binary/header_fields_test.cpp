@@ -333,4 +333,13 @@ TEST(HeaderFields, ATimeThatCannotBeWrittenIsRefused) {
     EXPECT_EQ(time, 1118124550);
 }
 
+TEST(HeaderFields, OnesThatHoldElementsTakeNoValue) {
+    for (const Field& field : kFields) {
+        const Message m = with(container(field.id, intElement(1002, 5)));
+        const std::string before = bytes(m);
+        EXPECT_EQ(field.set(*m, field.value), -1) << field.name;
+        EXPECT_EQ(bytes(m), before) << field.name;
+    }
+}
+
 }  // namespace

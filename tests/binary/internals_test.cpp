@@ -346,4 +346,10 @@ TEST(BinaryInternals, TheCountOfACopyIsNotUsed) {
     EXPECT_EQ(contentOf(record), kMessage);
 }
 
+TEST(BinaryInternals, ACopyOfAnEmptyOneIsEmpty) {
+    const TQABinaryInternals empty;
+    const TQABinaryInternals copy(empty);
+    EXPECT_EQ(copy.used, 0);
+}
+
 }  // namespace

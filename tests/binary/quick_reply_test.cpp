@@ -2,6 +2,7 @@
 
 #include "tqamsg/vocabulary/word_ids.h"
 
+#include "tests/support/fake_message.h"
 #include "tests/support/messages.h"
 
 #include <memory>
@@ -16,11 +17,14 @@ using tqa::Kind;
 using tqa_test::bytes;
 using tqa_test::container;
 using tqa_test::element;
+using tqa_test::FakeKind;
+using tqa_test::FakeMessage;
 using tqa_test::intElement;
 using tqa_test::load;
 using tqa_test::Message;
 using tqa_test::message;
 using tqa_test::number;
+using tqa_test::parse;
 using tqa_test::stringElement;
 
 // A kind of its own, which goes the long way.
@@ -108,6 +112,13 @@ TEST(QuickReply, ReadsRawChildrenWhereIteratorsExpandThem) {
     EXPECT_EQ(reply, replyTheLongWay(request));
     TQABinaryIterator::Policy = 0;
     EXPECT_NE(reply, replyTo(*load(request)));
+}
+
+TEST(QuickReply, IsOfTheKindThatNewMessagesAre) {
+    const Message request = parse("<packet><origin>vem</origin></packet>");
+    const FakeKind fakes;
+    const tqa_test::FakePtr reply(dynamic_cast<FakeMessage*>(request->genReply("vzem")));
+    EXPECT_NE(reply, nullptr);
 }
 
 }  // namespace

@@ -700,4 +700,12 @@ TEST(TextWriter, AHeaderAttributeThatHoldsElementsPrintsWithoutThem) {
               "<packet id=\"\">\n<list>6</list>\n</packet>\n");
 }
 
+TEST(TextWriter, ARawElementWithoutTextPrintsNothing) {
+    for (const int id : {0, static_cast<int>(Tag_veid)}) {
+        const Message m = load(
+            message(container(Tag_packet, element(id, Kind::Unparsed) + intElement(Tag_list, 6))));
+        EXPECT_EQ(text(m), "<packet>\n<list>6</list>\n</packet>\n") << id;
+    }
+}
+
 }  // namespace

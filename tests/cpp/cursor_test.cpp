@@ -4,6 +4,7 @@
 
 #include "tqamsg/vocabulary/word_ids.h"
 
+#include "tests/support/fake_message.h"
 #include "tests/support/messages.h"
 
 #include <algorithm>
@@ -214,6 +215,27 @@ TEST(Children, OfADamagedElementEndWhereItEnds) {
     const Message m = load(message(root));
     EXPECT_EQ(idsOf(tqa::children(lookAt(m))), std::vector{1002});
     EXPECT_FALSE(lookAt(m).child(1003));
+}
+
+TEST(Children, TheirPlacesCompare) {
+    const Message m = parse(kPacket);
+    const tqa::Children range = tqa::children(lookAt(m, "data/vem"));
+    tqa::Children::Iterator at = range.begin();
+    const tqa::Children::Iterator first = at++;
+    EXPECT_EQ(first, range.begin());
+    EXPECT_EQ((*first).get<int>(), 101);
+    EXPECT_EQ((*at).get<int>(), 102);
+    const tqa::Children::Iterator nowhere;
+    EXPECT_NE(at, first);
+    EXPECT_NE(at, nowhere);
+    EXPECT_NE(nowhere, at);
+    EXPECT_EQ(nowhere, tqa::Children::Iterator());
+}
+
+TEST(Cursor, OnAnIteratorOfAnotherKindStandsNowhere) {
+    const FakePtr other = fake("(packet (data))");
+    FakeIterator it(other.get());
+    EXPECT_FALSE(Look(it));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "tests/support/fake_message.h"
 #include "tests/support/messages.h"
 
+#include <climits>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -141,6 +142,10 @@ TEST(OwnedMessage, TakesAnotherMessageIn) {
     EXPECT_EQ(message.add("data", Message()), -1);
     EXPECT_EQ(message.add("data", Message(TQAMsgFactory::createNew())), -1);
     EXPECT_EQ(text(message), before);
+}
+
+TEST(OwnedMessage, AFrameOfMoreThanAnIntCountsIsRefusedUnread) {
+    EXPECT_FALSE(Message::load({"", std::size_t{INT_MAX} + 1}));
 }
 
 }  // namespace

@@ -470,4 +470,18 @@ TEST_F(LogTest, LinesOfTwoThreadsInEachOfTwoProcessesAreNeverTorn) {
     for (int writer = 0; writer < 4; ++writer) EXPECT_EQ(kLines, next[writer]);
 }
 
+[[gnu::format(printf, 2, 3)]] void printNow(int level, const char* format, ...) {
+    std::va_list args;
+    va_start(args, format);
+    vdebug_print(level, format, args);
+    va_end(args);
+}
+
+TEST_F(LogTest, ALineThatIsOnlyEchoedIsSoWhateverTheVerbosity) {
+    testing::internal::CaptureStderr();
+    printNow(2, "%d lines", 5);
+    EXPECT_EQ("(warning) 5 lines\n", testing::internal::GetCapturedStderr());
+    EXPECT_TRUE(files().empty());
+}
+
 }  // namespace
