@@ -38,6 +38,16 @@ TEST(WordTable, FindsWordsOfEveryLength) {
     }
 }
 
+TEST(WordTable, ATableThatIsBuiltAtRunTimeIsTheSame) {
+    auto words = kPrefixes;  // no constant: the compiler cannot build the table
+    const WordTable table(words, 500);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        EXPECT_EQ(table.id(words[i]), kByLength.id(words[i]));
+        EXPECT_EQ(table.word(static_cast<int>(500 + i)), words[i]);
+    }
+    EXPECT_EQ(table.id("abd"), 0);
+}
+
 TEST(WordTable, ReadsNothingOutsideTheWord) {
     const std::string text(kLongText);
     for (std::size_t size = 0; size <= text.size(); ++size) {
