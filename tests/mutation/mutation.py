@@ -41,6 +41,7 @@ PROGRAMS = {"tqamsg_tests": BUILD / "tests/tqamsg_tests",
 # No tests of a behaviour of their own, or of another program; and as slow as all others together.
 LEFT_OUT = re.compile("tests/(tools|fuzz)/|fuzz/targets/|damaged_seeds_test")
 QUICK = 500         # milliseconds of tests in the first run of a mutant
+SLOWEST = 2000      # milliseconds of a test that is run at all
 MEMORY = 8 << 30
 
 
@@ -160,20 +161,26 @@ def start(program, arguments, seconds, **environment):
         return outcome, output.read().decode(errors="replace")
 
 
-def record():
+def record(jobs):
     """Runs all tests on the original: for each program and test its milliseconds and its mutants."""
-    tests = {}
-    for program in PROGRAMS:
-        reached, lines = WORK / "reached", WORK / "record"
+    def record_part(part):
+        program, shard = part
+        reached, lines = WORK / f"reached{shard}", WORK / f"record{shard}"
         reached.write_bytes(bytes(1 << 14))
         lines.write_bytes(b"")
-        outcome, output = start(program, [], 3600,
+        outcome, output = start(program, [], 3600, GTEST_TOTAL_SHARDS=str(jobs), GTEST_SHARD_INDEX=str(shard),
                                 TQA_MUTANTS_REACHED=str(reached), TQA_MUTANTS_RECORD=str(lines))
         if outcome != "survived":
             sys.exit(f"{program} fails without a mutant:\n{output}")
         at_start, *rest = [line.split("\t") for line in lines.read_text().splitlines()]
-        for name, milliseconds, ids in rest:
-            tests[program, name] = int(milliseconds), set(map(int, (ids + " " + at_start[2]).split()))
+        return {(program, name): (int(milliseconds), set(map(int, (ids + " " + at_start[2]).split())))
+                for name, milliseconds, ids in rest}
+
+    tests = {}
+    with ThreadPoolExecutor(jobs) as pool:
+        for program in PROGRAMS:
+            for part in pool.map(record_part, [(program, shard) for shard in range(jobs)]):
+                tests.update(part)
     return tests
 
 
@@ -193,7 +200,7 @@ def batches(reaching):
 
 def meet(tests, mutant):
     """What became of a mutant, and by which test."""
-    reaching = [(ms, *test) for test, (ms, ids) in tests.items() if mutant.id in ids]
+    reaching = [(ms, *test) for test, (ms, ids) in tests.items() if mutant.id in ids and ms <= SLOWEST]
     if not reaching:
         return "not reached", ""
     for program, chosen in batches(reaching):
@@ -258,7 +265,7 @@ def main():
     print(f"{len(found)} mutants found, building {len(sample)}", flush=True)
     sample = build(sample, options.jobs)
     print("recording", flush=True)
-    tests = record()
+    tests = record(options.jobs)
     print(f"running {len(sample)}", flush=True)
 
     last = WORK / "results.json"

@@ -1,6 +1,7 @@
 #include "tqamsg/util/base64_forms.h"
 
-#include <memory>
+#include "tests/support/guarded_bytes.h"
+
 #include <random>
 #include <string>
 #include <string_view>
@@ -12,6 +13,7 @@ namespace {
 
 using tqa::Base64Form;
 using tqa::kBase64Alphabet;
+using tqa_test::GuardedBytes;
 
 // More groups than any form codes at a time, several times over, and all that remain after that.
 constexpr std::size_t kMostGroups = 50;
@@ -23,35 +25,20 @@ std::string randomBytes(std::size_t size, unsigned int seed) {
     return bytes;
 }
 
-// Memory of exactly so many bytes, so that a step beyond them is seen.
-class Exact {
-  public:
-    explicit Exact(std::size_t size) : bytes_(std::make_unique<char[]>(size)), size_(size) {}
-    explicit Exact(std::string_view content) : Exact(content.size()) {
-        content.copy(bytes_.get(), size_);
-    }
-    char* data() const { return bytes_.get(); }
-    std::string_view view() const { return {bytes_.get(), size_}; }
-
-  private:
-    std::unique_ptr<char[]> bytes_;
-    std::size_t size_;
-};
-
 const unsigned char* bytesAt(const char* p) {
     return reinterpret_cast<const unsigned char*>(p);
 }
 
 std::string encodedBy(const Base64Form& form, std::string_view bytes) {
-    const Exact in(bytes);
-    const Exact out(bytes.size() / 3 * 4);
+    const GuardedBytes in(bytes);
+    const GuardedBytes out(bytes.size() / 3 * 4);
     form.encode(bytesAt(in.data()), bytes.size() / 3, out.data());
     return std::string(out.view());
 }
 
 std::string decodedBy(const Base64Form& form, std::string_view text) {
-    const Exact in(text);
-    const Exact out(text.size() / 4 * 3);
+    const GuardedBytes in(text);
+    const GuardedBytes out(text.size() / 4 * 3);
     const std::size_t groups = form.decode(in.data(), text.size() / 4, out.data());
     return std::string(out.view().substr(0, 3 * groups));
 }
