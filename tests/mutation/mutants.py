@@ -74,6 +74,12 @@ def visible(cursor):
     return cursor
 
 
+def is_object(cursor):
+    """Whether it is one as it stands there, perhaps made a bool by an operator of its own."""
+    seen = visible(cursor)
+    return seen.type.get_canonical().kind == TypeKind.RECORD or seen.spelling == "operator bool"
+
+
 class Finder:
     """The mutants of one file."""
 
@@ -220,14 +226,18 @@ class Finder:
             if text.endswith(operator):
                 self.add(cursor, text[:-2] + SWAPPED[operator])
                 return
-        if text[:1] in ("!", "-", "~") and operand.kind != CursorKind.INTEGER_LITERAL:
+        if text.startswith("!="):
+            return  # how the compiler reads a comparison that it writes by itself
+        if text[:1] == "!" and is_object(operand):
+            self.add(cursor, f"!{text}")  # the operand alone would make both branches objects
+        elif text[:1] in ("!", "-", "~") and operand.kind != CursorKind.INTEGER_LITERAL:
             self.add(cursor, self.of(operand))
 
     def negate(self, condition):
         text = self.of(condition)
         inner = visible(condition)
         # These become the same by other rules.
-        if not text.startswith("!") and self.operator(inner, list(inner.get_children())) not in ("==", "!="):
+        if not text.startswith("!") and not is_object(condition) and self.operator(inner, list(inner.get_children())) not in ("==", "!="):
             self.add(condition, f"!({text})")
 
     def change_result(self, value):

@@ -55,6 +55,11 @@ class Found(unittest.TestCase):
                 self.assertEqual(changes(body), [])
         self.assertEqual(found("int table[2] = {1, 2};\nenum { kOne = 1 };\n"), [])
 
+    def test_a_choice_is_never_between_an_object_and_a_truth_value(self):
+        names = [m.name for m in found("struct S { explicit operator bool() const; };\n"
+                                       "void f(S s) {\n    if (!s) return;\n    if (s) return;\n}\n")]
+        self.assertEqual(names, ["a.cpp, f: !s => !!s"])
+
     def test_what_a_macro_writes_is_not_changed_inside(self):
         names = [m.name for m in found("#define LESS a < b\nvoid f(int a, int b) { if (LESS) return; }\n")]
         self.assertEqual(names, ["a.cpp, f: LESS => !(LESS)"])

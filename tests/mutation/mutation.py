@@ -40,6 +40,7 @@ PROGRAMS = {"tqamsg_tests": BUILD / "tests/tqamsg_tests",
             "tqamsg_nodisk_tests": BUILD / "tests/nodisk/tqamsg_nodisk_tests"}
 # No tests of a behaviour of their own, or of another program; and as slow as all others together.
 LEFT_OUT = re.compile("tests/(tools|fuzz)/|fuzz/targets/|damaged_seeds_test")
+MOST = 1 << 14      # as in mutant.h
 QUICK = 500         # milliseconds of tests in the first run of a mutant
 SLOWEST = 2000      # milliseconds of a test that is run at all
 MEMORY = 8 << 30
@@ -75,6 +76,16 @@ def find_all(jobs):
         return [mutant for of_file in found for mutant in of_file]
 
 
+def number(sample):
+    """Numbers that stay when other mutants come and go, so that the next build has little to do."""
+    taken = set()
+    for mutant in sample:
+        mutant.id = int(mutant.rank, 16) % MOST or 1
+        while mutant.id in taken:
+            mutant.id = mutant.id % (MOST - 1) + 1
+        taken.add(mutant.id)
+
+
 def write(path, data):
     """Leaves a file alone that is the same already, for the sake of the build."""
     if not path.is_file() or path.read_bytes() != data:
@@ -83,7 +94,11 @@ def write(path, data):
 
 
 def write_copy(sample):
-    for name in sources():
+    names = sources()
+    for old in [path for path in COPY.rglob("*") if path.is_file() and str(path.relative_to(COPY)) not in names]:
+        if old.name != "record.cpp":
+            old.unlink()
+    for name in names:
         own = [m for m in sample if m.file == name]
         text = (ROOT / name).read_bytes()
         if own:
@@ -115,7 +130,10 @@ def compile_copy(target, jobs):
 
 
 def build(sample, jobs):
-    """Builds the copy, and returns the mutants that compile."""
+    """Builds the copy, and returns the mutants that compile. Those that do not are remembered."""
+    memory = WORK / "do_not_compile.txt"
+    known = set(memory.read_text().splitlines()) if memory.is_file() else set()
+    sample = [m for m in sample if m.name not in known]
     write_copy(sample)
     subprocess.run(["cmake", "-S", COPY, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                     "-DCMAKE_CXX_COMPILER=g++", "-DCMAKE_CXX_FLAGS=-w", "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG",
@@ -128,6 +146,8 @@ def build(sample, jobs):
             if not bad:
                 sys.exit(f"errors beside the mutants: {sorted(places)}")
             print(f"{len(bad)} mutants do not compile", flush=True)
+            known |= {m.name for m in bad}
+            memory.write_text("\n".join(sorted(known)) + "\n")
             sample = [m for m in sample if m not in bad]
             write_copy(sample)
     return sample
@@ -138,7 +158,7 @@ def build(sample, jobs):
 def start(program, arguments, seconds, **environment):
     """Runs a test program; whether it passed, and what happened."""
     def limit():
-        resource.setrlimit(resource.RLIMIT_AS, (MEMORY, MEMORY))
+        resource.setrlimit(resource.RLIMIT_AS, (MEMORY, resource.RLIM_INFINITY))  # some tests set their own
         resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds))
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
         os.setpgid(0, 0)
@@ -166,7 +186,7 @@ def record(jobs):
     def record_part(part):
         program, shard = part
         reached, lines = WORK / f"reached{shard}", WORK / f"record{shard}"
-        reached.write_bytes(bytes(1 << 14))
+        reached.write_bytes(bytes(MOST))
         lines.write_bytes(b"")
         outcome, output = start(program, [], 3600, GTEST_TOTAL_SHARDS=str(jobs), GTEST_SHARD_INDEX=str(shard),
                                 TQA_MUTANTS_REACHED=str(reached), TQA_MUTANTS_RECORD=str(lines))
@@ -260,8 +280,7 @@ def main():
     found = find_all(options.jobs)
     sample = sorted(found, key=lambda m: m.rank)[:SAMPLE]
     sample.sort(key=lambda m: (m.file, m.start, m.end, m.mutated))
-    for number, mutant in enumerate(sample):
-        mutant.id = number + 1
+    number(sample)
     print(f"{len(found)} mutants found, building {len(sample)}", flush=True)
     sample = build(sample, options.jobs)
     print("recording", flush=True)
