@@ -2,6 +2,7 @@
 
 #include "tests/support/guarded_bytes.h"
 
+#include <memory>
 #include <random>
 #include <string>
 #include <string_view>
@@ -25,20 +26,35 @@ std::string randomBytes(std::size_t size, unsigned int seed) {
     return bytes;
 }
 
+// Memory of exactly so many bytes, so that a step beyond them is seen.
+class Exact {
+  public:
+    explicit Exact(std::size_t size) : bytes_(std::make_unique<char[]>(size)), size_(size) {}
+    explicit Exact(std::string_view content) : Exact(content.size()) {
+        content.copy(bytes_.get(), size_);
+    }
+    char* data() const { return bytes_.get(); }
+    std::string_view view() const { return {bytes_.get(), size_}; }
+
+  private:
+    std::unique_ptr<char[]> bytes_;
+    std::size_t size_;
+};
+
 const unsigned char* bytesAt(const char* p) {
     return reinterpret_cast<const unsigned char*>(p);
 }
 
 std::string encodedBy(const Base64Form& form, std::string_view bytes) {
-    const GuardedBytes in(bytes);
-    const GuardedBytes out(bytes.size() / 3 * 4);
+    const Exact in(bytes);
+    const Exact out(bytes.size() / 3 * 4);
     form.encode(bytesAt(in.data()), bytes.size() / 3, out.data());
     return std::string(out.view());
 }
 
 std::string decodedBy(const Base64Form& form, std::string_view text) {
-    const GuardedBytes in(text);
-    const GuardedBytes out(text.size() / 4 * 3);
+    const Exact in(text);
+    const Exact out(text.size() / 4 * 3);
     const std::size_t groups = form.decode(in.data(), text.size() / 4, out.data());
     return std::string(out.view().substr(0, 3 * groups));
 }
@@ -57,6 +73,25 @@ TEST_P(Base64Forms, DecodeEveryLength) {
     for (std::size_t groups = 0; groups <= kMostGroups; ++groups) {
         const std::string bytes = randomBytes(3 * groups, 8);
         ASSERT_EQ(bytes, decodedBy(GetParam(), encodedBy(GetParam(), bytes))) << groups;
+    }
+}
+
+TEST_P(Base64Forms, TouchNothingBehindTheirBytes) {
+    for (std::size_t groups = 0; groups <= kMostGroups; ++groups) {
+        const GuardedBytes bytes(randomBytes(3 * groups, 9));
+        const GuardedBytes text(4 * groups);
+        const GuardedBytes back(3 * groups);
+        GetParam().encode(bytesAt(bytes.data()), groups, text.data());
+        ASSERT_EQ(groups, GetParam().decode(text.data(), groups, back.data()));
+        ASSERT_EQ(bytes.view(), back.view());
+    }
+}
+
+TEST_P(Base64Forms, ARunOfOneCharacterIsDecodedAsByThePlainOne) {
+    const Base64Form plain = tqa::base64Forms().back();
+    for (const char c : kBase64Alphabet) {
+        const std::string text(4 * kMostGroups, c);
+        EXPECT_EQ(decodedBy(plain, text), decodedBy(GetParam(), text)) << c;
     }
 }
 

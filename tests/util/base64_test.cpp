@@ -308,6 +308,17 @@ TEST(Base64, LongTextsFillABufferOfEverySize) {
     }
 }
 
+TEST(Base64, ANegativeLengthOrSizeIsNone) {
+    std::string out(3, '#');
+    testing::internal::CaptureStderr();
+    Base64::decode("QUJD", -1, out.data(), 3);
+    Base64::decode("QUJD", 4, out.data(), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Size mismatch: size 3, 3 not output\n\n"
+              "Size mismatch: resived 4, processed 0.\nQUJD\n");
+    EXPECT_EQ(out, std::string(3, '\0'));
+}
+
 TEST(Base64, BufferWarningShowsTheGivenLengthOnly) {
     char out[3];
     testing::internal::CaptureStderr();

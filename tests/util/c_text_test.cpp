@@ -106,6 +106,17 @@ TEST(TextBuffer, MovesLeaveAnEmptyBuffer) {
     EXPECT_EQ(viewOf(one), "x");
 }
 
+// The room of the buffer that was replaced is gone with it: filled as far as that reached, the new
+// one would end far behind its block.
+TEST(TextBuffer, AMoveBringsTheRoomOfTheOther) {
+    TextBuffer text(std::size_t{1} << 24);
+    TextBuffer small;
+    small.append('x');
+    text = std::move(small);
+    text.append(std::string((std::size_t{1} << 24) - 1, 'y'));
+    EXPECT_EQ(text.size(), std::size_t{1} << 24);
+}
+
 // A size that no allocation can have fails everywhere alike.
 TEST(TextBuffer, IgnoresEverythingAfterAFailure) {
     TextBuffer text;

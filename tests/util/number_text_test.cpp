@@ -438,6 +438,8 @@ TEST(NumberText, LongDigitsAndExponentsCancel) {
             expectLikeScanfDouble("0." + many + '1' + exponent);
             expectLikeScanfDouble('.' + many + "9e" + exponent.substr(exponent.empty() ? 0 : 1));
         }
+        if (zeros > 400)  // too small although the exponent is positive
+            expectLikeScanfDouble("0." + many + "1e" + std::to_string(zeros - 400));
         expectLikeScanfDouble("0x1" + many + "p-" + std::to_string(4 * zeros));
         expectLikeScanfDouble("0x1" + many);
         expectLikeScanfDouble("0x." + many + "1p" + std::to_string(4 * zeros));
