@@ -27,6 +27,42 @@ Message around(std::string_view child) {
         message(container(tqa::Tag_packet, intElement(tqa::Tag_id, 1) + std::string(child))));
 }
 
+// --- what is read and written -------------------------------------------------------------------
+
+// Also when the children were looked through before.
+TEST(IteratorValues, TheElementItselfIsNotItsRawChild) {
+    const Message m = load(message(
+        container(tqa::Tag_packet, intElement(kId, 5) + element(0, Kind::Unparsed, zero("<x/>")))));
+    const Cursor at = cursor(m);
+    int number = 0;
+    EXPECT_EQ(at->getValue(&number, kId), 0);
+    std::string text = "untouched";
+    at->getValue(&text, 0);
+    EXPECT_NE(text, "<x/>");
+    EXPECT_EQ(at->curID(), tqa::Tag_packet);
+}
+
+TEST(IteratorValues, AnEmptyElementKeepsTheIteratorOnItselfOnce) {
+    const Message m = around(element(kId, Kind::Untyped, ""));
+    const Cursor at = cursor(m);
+    ASSERT_EQ(at->firstChild(kId), 0);
+    int number = 0;
+    EXPECT_EQ(at->getValue(&number, 0), -1);
+    EXPECT_EQ(at->curID(), kId);
+    EXPECT_EQ(at->seekUp(), 0);
+    EXPECT_EQ(at->curID(), tqa::Tag_packet);
+}
+
+TEST(IteratorValues, AWriteThatExpandsReplacesWhatWasRaw) {
+    const Message m = load(message(container(
+        tqa::Tag_packet, element(0, Kind::Unparsed, zero("<" + kName + ">old</" + kName + ">")))));
+    TQABinaryIterator::Policy = TQABinaryIterator::kExpandRaw;
+    const Cursor at = cursor(m);
+    TQABinaryIterator::Policy = 0;
+    EXPECT_EQ(at->putValue(5, kId), 0);
+    EXPECT_EQ(tree(m), tree(load(message(container(tqa::Tag_packet, intElement(kId, 5))))));
+}
+
 // --- the readers by kind ------------------------------------------------------------------------
 
 std::string print(const std::string& text) {

@@ -402,4 +402,18 @@ TEST(Layout, AContainersLengthFollowsTheRoomOfItsChildren) {
     }
 }
 
+// A text ends at its first zero byte, whichever bytes stand before it and wherever it stands in a
+// word.
+TEST(ElementView, ATextOfAnyBytesEndsAtItsFirstZeroByte) {
+    for (int byte = 1; byte < 256; ++byte) {
+        for (std::size_t before = 0; before < 20; ++before) {
+            std::string payload(20, static_cast<char>(byte));
+            payload[before] = '\0';
+            const std::string bytes = tqa_test::element(1026, Kind::String, payload);
+            const auto view = tqa::ElementView::find(bytes.data(), bytes.data() + bytes.size());
+            ASSERT_EQ(view.text(), payload.substr(0, before)) << byte << ' ' << before;
+        }
+    }
+}
+
 }  // namespace

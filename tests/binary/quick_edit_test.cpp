@@ -7,6 +7,7 @@
 
 #include <random>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -195,6 +196,28 @@ TEST(QuickEdits, AnIteratorOnAMessageWithAnotherContentIsNotTakenAtItsWord) {
     ASSERT_EQ(m->assignInternals(other.get()), 0);
     EXPECT_EQ(it->putValue(5, tqa::Tag_veid), -1);
     EXPECT_EQ(bytes(m), bytes(create("packet")));
+}
+
+// Ids that a stranger chose so that they lie in one bucket of a set of as many.
+TEST(QuickEdits, IdsThatWereChosenToCollideAreFoundAllTheSame) {
+    constexpr int kCount = 500;
+    std::unordered_set<std::int32_t> like;
+    for (int i = 0; i < kCount; ++i) like.insert(i);
+    const int step = static_cast<int>(like.bucket_count());
+    std::string children;
+    for (int i = 1; i <= kCount; ++i) children += tqa_test::intElement(i * step, i);
+    const Message m = tqa_test::load(tqa_test::message(tqa_test::container(1398, children)));
+    const Cursor at = cursor(m);
+    for (int id = 1001; id < 1005; ++id) {
+        EXPECT_EQ(at->putValue(id, id), 0);
+        children += tqa_test::intElement(id, id);
+    }
+    EXPECT_EQ(bytes(m), tqa_test::message(tqa_test::container(1398, children)));
+    for (int i = 1; i <= kCount; ++i) {
+        int value = 0;
+        EXPECT_EQ(at->getValue(&value, i * step), 0);
+        EXPECT_EQ(value, i);
+    }
 }
 
 }  // namespace

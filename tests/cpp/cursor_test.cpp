@@ -195,6 +195,7 @@ TEST(Children, OfAnUnknownNameAreNone) {
     const Message m = parse(kPacket);
     EXPECT_EQ(idsOf(tqa::children(lookAt(m, "data/vem"), "nosuchword")), std::vector<int>());
     EXPECT_EQ(idsOf(tqa::children(lookAt(m, "data/vem"), 0)), std::vector<int>());
+    EXPECT_FALSE(lookAt(m, "data/vem").child("nosuchword"));
 }
 
 TEST(Children, AreARangeForTheAlgorithms) {

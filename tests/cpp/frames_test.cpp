@@ -175,6 +175,9 @@ TEST(FrameBuffer, LosesThePresentFrameWhenBytesAreAdded) {
     FrameBuffer frames;
     ASSERT_TRUE(frames.append(kEncoded));
     ASSERT_EQ(frames.next(), Frame::Whole);
+    ASSERT_TRUE(frames.append(""));
+    EXPECT_EQ(frames.frame(), "");
+    EXPECT_FALSE(frames.isInside());
     ASSERT_TRUE(frames.append(kText));
     EXPECT_EQ(frames.frame(), "");
     EXPECT_TRUE(frames.isInside());

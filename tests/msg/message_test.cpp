@@ -53,6 +53,17 @@ TEST(Message, IsUnsharedAgainWhenItsCopyEnds) {
     EXPECT_EQ(text(*first), "(packet)");
 }
 
+TEST(Message, LeavesItsContentToItsCopiesWhenItEnds) {
+    FakePtr first = fake("(packet)");
+    FakePtr second = copyOf(*first);
+    const int before = FakeMessage::releases;
+    first.reset();
+    EXPECT_EQ(FakeMessage::releases, before + 1);
+    EXPECT_EQ(text(*second), "(packet)");
+    second.reset();
+    EXPECT_EQ(FakeMessage::releases, before + 1) << "the last one ends with its content";
+}
+
 TEST(Message, CopiesTheAccessListToo) {
     const FakePtr first = fake("(packet)");
     first->auth.addVE(4);

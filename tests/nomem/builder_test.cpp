@@ -91,6 +91,24 @@ int readFrames(S& s) {
     return 0;
 }
 
+// Nothing is added without memory, and what has come stays.
+int gatherFrames(S& s) {
+    static const std::string kText(100000, 'x');
+    tqa::FrameBuffer frames;
+    if (!frames.append(typedContent())) return -1;
+    const bool isAdded = frames.append(kText);
+    if (frames.next() != tqa::Frame::Whole || frames.frame() != typedContent()) return -50;
+    s.number = isAdded ? static_cast<int>(frames.frame().size()) : s.number;
+    return isAdded ? 0 : -1;
+}
+
+int printDeep(S& s) {
+    const tqa::Message deep = tqa::Message::load(s.deep);
+    const tqa::CText printed = deep ? deep.text() : nullptr;
+    s.text = printed == nullptr ? "" : printed.get();
+    return printed == nullptr ? -1 : 0;
+}
+
 int verifyDeep(S& s) {
     tqa::Report report;
     const int status = tqa::verify(s.deep.data(), static_cast<int>(s.deep.size()), &report);
@@ -130,6 +148,8 @@ const Scenario<S> kScenarios[] = {
          s.number = printed == nullptr ? s.number : static_cast<int>(std::strlen(printed.get()));
          return printed == nullptr ? -1 : 0;
      }},
+    {"text of many levels", printDeep},
+    {"frames gathered", gatherFrames},
     {"iterator", [](S& s) { return s.message.iterator() == nullptr ? -1 : 0; }},
     {"a text of a cursor",
      [](S& s) {

@@ -134,6 +134,17 @@ TEST(IgnoreCaseTest, AnEmptyNeedleIsFoundUpToTheEnd) {
     EXPECT_EQ(npos, findIgnoreCase("abc", "a", 4));
 }
 
+// A needle that a byte interrupts at any place is none.
+TEST(IgnoreCaseTest, AnInterruptedNeedleIsNotFound) {
+    for (const std::string& needle : {"a" + std::string(99, 'b'), std::string(99, 'a') + "b"}) {
+        for (std::size_t at = 1; at < needle.size(); ++at) {
+            const std::string text = needle.substr(0, at) + "x" + needle.substr(at);
+            EXPECT_EQ(findIgnoreCase(text, needle), npos) << at;
+            EXPECT_EQ(findIgnoreCase(text + needle, needle), text.size()) << at;
+        }
+    }
+}
+
 // A search that starts over at each near hit does not come back from these.
 TEST(IgnoreCaseTest, NearHitsDoNotAddUp) {
     const std::size_t n = 1000000;

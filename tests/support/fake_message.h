@@ -325,6 +325,7 @@ class FakeMessage : public TQAMessage {
 
     inline static const char* MessageType = "FakeMessage";
     inline static int alive = 0;
+    inline static int releases = 0;  // calls of releaseInternals()
 
     // What fails from now on.
     bool failCopyInternals = false;
@@ -413,6 +414,7 @@ class FakeMessage : public TQAMessage {
         return tree->parse(text, nullptr) ? 0 : -1;
     }
     int releaseInternals() override {
+        ++releases;
         tree.reset();
         return 0;
     }

@@ -149,6 +149,18 @@ TEST(TextBuffer, AReserveThatCannotBeIsAFailure) {
     _exit(text.release() == nullptr && text.size() == 0 ? 0 : 2);
 }
 
+TEST(TextBufferDeathTest, FailsWhenTheNextCharacterFindsNoMemory) {
+    const auto fill = [] {
+        TextBuffer text;
+        tqa_test::starve();
+        while (!text.failed()) text.append('x');
+        text.append('y');
+        ::_exit(text.size() == 0 && text.release() == nullptr ? 0 : 1);
+    };
+    if (!TQA_CAN_STARVE) GTEST_SKIP() << "not under a sanitizer";
+    EXPECT_EXIT(fill(), testing::ExitedWithCode(0), "");
+}
+
 TEST(TextBufferDeathTest, FailsWhenMemoryEnds) {
     if (!TQA_CAN_STARVE) GTEST_SKIP() << "not under a sanitizer";
     EXPECT_EXIT(appendUntilMemoryEnds(), testing::ExitedWithCode(0), "");

@@ -52,6 +52,15 @@ TEST(WordTable, ManyWordsThatNoCompilerKnowsAreFound) {
     EXPECT_EQ(table.id("300"), 0);
 }
 
+// The compiler refuses such tables with these texts.
+TEST(WordTable, AWordThatStandsTwiceMakesNoTable) {
+    const std::array<std::string_view, 3> twice = {"aa", "b", "aa"};
+    EXPECT_THROW((WordTable(twice, 1)), const char*);
+    std::array<std::string_view, 20> often;
+    often.fill("aa");
+    EXPECT_THROW((WordTable(often, 1)), const char*);
+}
+
 TEST(WordTable, ReadsNothingOutsideTheWord) {
     const std::string text(kLongText);
     for (std::size_t size = 0; size <= text.size(); ++size) {
