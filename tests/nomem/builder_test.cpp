@@ -105,7 +105,7 @@ int gatherFrames(S& s) {
 int printDeep(S& s) {
     const tqa::Message deep = tqa::Message::load(s.deep);
     const tqa::CText printed = deep ? deep.text() : nullptr;
-    s.text = printed == nullptr ? "" : printed.get();
+    s.number = printed == nullptr ? s.number : static_cast<int>(std::strlen(printed.get()));
     return printed == nullptr ? -1 : 0;
 }
 
