@@ -50,7 +50,7 @@ struct Change {
 // The message with all changes, which are in document order, made in one pass: made one by one,
 // each would move all that follows.
 std::string changed(std::string bytes, const std::vector<Change>& changes) {
-    std::int64_t size = static_cast<std::int64_t>(bytes.size());
+    auto size = static_cast<std::int64_t>(bytes.size());
     for (const Change& change : changes) size += change.delta();
     if (size > tqa::kMaxCapacity) throw Failure(kMalformed, "the message becomes too long");
     for (const Change& change : changes) {

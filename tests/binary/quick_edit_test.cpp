@@ -198,6 +198,23 @@ TEST(QuickEdits, AnIteratorOnAMessageWithAnotherContentIsNotTakenAtItsWord) {
     EXPECT_EQ(bytes(m), bytes(create("packet")));
 }
 
+TEST(QuickEdits, AContentAfterAsManyEditsIsNotTakenForTheOneBefore) {
+    const Message m = create("packet");
+    const Cursor it = cursor(m);
+    it->newChild(tqa::Tag_data, 0);
+    it->newChild(tqa::Tag_ve, 0);
+    Message other = create("packet");
+    Cursor at = cursor(other);
+    EXPECT_EQ(at->putValue(1, tqa::Tag_veid), 0);
+    EXPECT_EQ(at->putValue(2, tqa::Tag_list), 0);
+    const std::string before = bytes(other);
+    ASSERT_EQ(m->assignInternals(other.get()), 0);
+    at.reset();
+    other.reset();  // the content is the message's own now
+    EXPECT_EQ(it->putValue(5, tqa::Tag_veid), -1);
+    EXPECT_EQ(bytes(m), before);
+}
+
 // Ids that a stranger chose so that they lie in one bucket of a set of as many.
 TEST(QuickEdits, IdsThatWereChosenToCollideAreFoundAllTheSame) {
     constexpr int kCount = 500;

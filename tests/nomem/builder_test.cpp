@@ -102,9 +102,11 @@ int gatherFrames(S& s) {
     return isAdded ? 0 : -1;
 }
 
+template <bool withNamespaces>
 int printDeep(S& s) {
+    static const std::string kBase = "urn:x/";
     const tqa::Message deep = tqa::Message::load(s.deep);
-    const tqa::CText printed = deep ? deep.text() : nullptr;
+    const tqa::CText printed(deep ? deep->toText(nullptr, withNamespaces, kBase) : nullptr);
     s.number = printed == nullptr ? s.number : static_cast<int>(std::strlen(printed.get()));
     return printed == nullptr ? -1 : 0;
 }
@@ -148,7 +150,8 @@ const Scenario<S> kScenarios[] = {
          s.number = printed == nullptr ? s.number : static_cast<int>(std::strlen(printed.get()));
          return printed == nullptr ? -1 : 0;
      }},
-    {"text of many levels", printDeep},
+    {"text of many levels", printDeep<false>},
+    {"text of many levels with namespaces", printDeep<true>},
     {"frames gathered", gatherFrames},
     {"iterator", [](S& s) { return s.message.iterator() == nullptr ? -1 : 0; }},
     {"a text of a cursor",
