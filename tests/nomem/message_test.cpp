@@ -343,8 +343,7 @@ TEST(NoMemory, RawChildrenThatGetLargerStayRaw) {
     const Policies policies(0, TQABinaryIterator::kExpandRaw | TQABinaryIterator::kRawMustParse);
     const std::string raw =
         element(0, Kind::Unparsed, std::string("<ve><ve/><ve/><ve/></ve>") + '\0');
-    const std::string content =
-        message(container(tqa::Tag_packet, container(tqa::Tag_data, raw + raw)));
+    const std::string content = message(container(tqa::Tag_packet, container(tqa::Tag_data, raw)));
     for (const Condition condition : kConditions) {
         sweepAll("message, raw children that grow", kRaw,
                  [&] { return std::make_unique<S>(content, condition, "data"); });
