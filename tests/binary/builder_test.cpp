@@ -362,8 +362,8 @@ TEST(Builder, NeedsMemoryForItsMessage) {
     }
 }
 
-#if TQA_CAN_STARVE
 TEST(BuilderDeathTest, SaysWhenItsBufferCannotGrow) {
+    if (!TQA_CAN_STARVE) GTEST_SKIP() << "not under a sanitizer";
     const auto fill = [] {
         const std::string text(1 << 20, 'x');
         Builder builder;
@@ -374,6 +374,5 @@ TEST(BuilderDeathTest, SaysWhenItsBufferCannotGrow) {
     };
     EXPECT_EXIT(fill(), testing::ExitedWithCode(0), "");
 }
-#endif
 
 }  // namespace

@@ -92,7 +92,7 @@ TEST(DamageTest, EveryReplyWithOneOtherByteIsSurvived) {
 class MemoryTest : public testing::Test {
   protected:
     void SetUp() override {
-        if (!FailingNew::works()) GTEST_SKIP();
+        if (!FailingNew::works()) GTEST_SKIP() << "operator new is not the test's";
     }
 };
 

@@ -4,8 +4,11 @@
 //     convert();
 //     if (!failing.hasFailed()) ...           // there were no more than three
 //
-// valgrind puts an operator new of its own in the place of this one: a test that relies on it
-// starts with "if (!FailingNew::works()) GTEST_SKIP();".
+// valgrind puts an operator new of its own in the place of this one, unless it is run with
+// --soname-synonyms=somalloc=nouserintercepts, as `./dev matrix valgrind` does. For runs by hand a
+// test that relies on it starts with
+//
+//     if (!FailingNew::works()) GTEST_SKIP() << "operator new is not the test's";
 #pragma once
 
 namespace tqa_test {

@@ -356,7 +356,7 @@ TEST_F(LogTest, AReadOnlyDirectoryLosesLinesSilently) {
 }
 
 TEST_F(LogTest, ALineThatFindsNoMemoryForItsFilesNameIsLost) {
-    if (!tqa_test::FailingNew::works()) GTEST_SKIP();
+    if (!tqa_test::FailingNew::works()) GTEST_SKIP() << "operator new is not the test's";
     Logger logger(directory_.c_str());
     std::va_list unused = {};
     testing::internal::CaptureStderr();

@@ -1,6 +1,9 @@
 // Running out of memory on purpose: from here on the process gets no more of it than what its heap
-// still holds. For death tests, whose process ends with the test. The sanitizers need memory of
-// their own and cannot be starved.
+// still holds. For death tests, whose process ends with the test.
+//
+// Not under a sanitizer: AddressSanitizer ends a process whose allocator finds no memory, and where
+// it is told not to, some tests still end in it, when it wants memory for itself. What fails there
+// is seen under it by tests/nomem, which refuses allocations without taking the memory away.
 #pragma once
 
 #include <sys/resource.h>
